@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Builds the tool, asks for the blocks most like a real door and shows the hits as a table.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh jq
+scripts/build.sh release
+
+quillon=$PWD/build/release/quillon
+result=$PWD/build/demo-result.json
+cd examples/drawings
+"$quillon" /filelist filelist.json /encode queries/1-door-23-3.json /output "$result" /method shape
+
+printf '\n%4s  %-12s  %-20s  %s\n' rank name drawing distance
+jq -r '.blocks // [] | to_entries[] | [.key + 1, .value.name,
+        (.value.dwgPath // .value.dwgPathHash | split("/") | last), .value.distOrScore] | @tsv' \
+    "$result" | awk -F '\t' '{ printf "%4d  %-12s  %-20s  %.4f\n", $1, $2, $3, $4 }'

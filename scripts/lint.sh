@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Checks the formatting and the clang-tidy rules of our own code, and which folder includes which.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh clang-format clang-tidy python3
+scripts/build.sh dev
+
+mapfile -t files < <(git ls-files '*.cpp' '*.h')
+clang-format --dry-run --Werror "${files[@]}"
+
+# run sits on top, shared below everything; search knows nothing of documents.
+forbid() {
+    if grep -rnE "#include \"($2)/" "src/$1"; then
+        echo "src/$1 must not include these" >&2
+        exit 1
+    fi
+}
+forbid shared 'run|output|search|library|documents'
+forbid documents 'run|output|search|library'
+forbid library 'run|output|search'
+forbid search 'run|output|documents'
+forbid output 'run'
+
+run-clang-tidy -quiet -p build/dev "$PWD/src/.*\.cpp" "$PWD/tests/.*\.cpp" >build/tidy.log 2>&1 ||
+    { grep -E 'warning:|error:' build/tidy.log | sort -u; exit 1; }

@@ -1,0 +1,25 @@
+// Guards the JSON library's binary readers, which recurse once a level and build whatever a file
+// announces, against files made or damaged so as to exhaust the stack or the memory.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+namespace quillon {
+
+/// Containers inside containers. Documents of this tool need 3; the readers take about a kilobyte
+/// of stack a level, and the smallest main-thread stack among the platforms is 1 MiB.
+inline constexpr std::size_t maxBinaryNesting = 500;
+
+/// Values without bytes of their own (UBJSON repeats a null or a boolean so) that a document may
+/// hold whatever its size; beyond it, no more values than the file has bytes.
+inline constexpr std::size_t freeBinaryValues = std::size_t{1} << 24U;
+
+/// Walks the document without building it. Throws std::runtime_error, naming the file and the
+/// limit, for a document beyond one of them. Says nothing about content that does not parse.
+void checkBinaryLimits(std::string_view bytes, nlohmann::json::input_format_t format,
+                       const std::filesystem::path& path);
+
+}  // namespace quillon

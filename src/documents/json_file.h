@@ -1,0 +1,23 @@
+// Documents of the JSON data model as files: JSON text (.json), BSON (.bson), CBOR (.cbor),
+// MessagePack (.msgpack), UBJSON (.ubj), BJData (.jdb). The extension alone decides, compared
+// exactly; content is never sniffed. Nothing here knows what a document means.
+#pragma once
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+namespace quillon {
+
+/// Reads the whole file; nothing but white space may follow a JSON text, and nothing a binary
+/// value. Throws std::runtime_error when the file can't be opened or, after that, its extension is
+/// unknown, and for a binary document beyond the limits of `checkBinaryLimits`; the JSON library's
+/// exceptions when the content does not parse. Calls on several threads do not disturb each other.
+nlohmann::json readJsonFile(const std::filesystem::path& path);
+
+/// Creates or empties the file, then writes. `pretty` indents JSON text by 4 blanks a level and
+/// changes nothing elsewhere. Throws std::runtime_error when the file can't be opened or, by then
+/// empty, has an unknown extension; the JSON library's type_error for a value that the format can't
+/// hold, with the part before it written. A failing disk is not noticed.
+void writeJsonFile(const nlohmann::json& document, const std::filesystem::path& path, bool pretty);
+
+}  // namespace quillon

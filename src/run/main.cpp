@@ -1,0 +1,50 @@
+// The process entry: UTF-8 arguments, a UTF-8 locale, the one handler for exceptions and the exit
+// status. The only file that knows the operating system.
+#include <clocale>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "run/run.h"
+#include "shared/console.h"
+
+#ifdef _WIN32
+#include <codecvt>
+#include <locale>
+#endif
+
+namespace {
+
+int runGuarded(const std::vector<std::string>& arguments) {
+    try {
+        return quillon::run(arguments);
+    } catch (const std::exception& exception) {
+        quillon::printException(exception, 0);
+    }
+    return 1;
+}
+
+}  // namespace
+
+#ifdef _WIN32
+
+int wmain(int count, wchar_t** values) {
+    std::setlocale(LC_ALL, ".UTF8");
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i) {
+        std::wstring_convert<std::codecvt_utf8<wchar_t>> converter;
+        arguments.push_back(converter.to_bytes(values[i]));
+    }
+    return runGuarded(arguments);
+}
+
+#else
+
+int main(int count, char** values) {
+    // The system's own UTF-8 locale: character tests know all of Unicode, and the decimal separator
+    // is the point whatever the user's language.
+    std::setlocale(LC_ALL, "C.UTF-8");
+    return runGuarded(std::vector<std::string>(values, values + count));
+}
+
+#endif

@@ -1,0 +1,120 @@
+#include "run/run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "documents/json_file.h"
+#include "documents/query_block.h"
+#include "library/load_library.h"
+#include "output/result_document.h"
+#include "run/options.h"
+#include "search/search_result.h"
+#include "search/single_side.h"
+#include "shared/console.h"
+
+namespace quillon {
+namespace {
+
+// ByShape has a limit of its own; "/min" is meant for the other methods.
+constexpr float byShapeThreshold = 0.2F;
+
+using Clock = std::chrono::steady_clock;
+
+std::int64_t elapsedMs(Clock::time_point from, Clock::time_point to) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(to - from).count();
+}
+
+const char* boolText(bool value) {
+    return value ? "true" : "false";
+}
+
+const char* queryTypeName(QueryType type) {
+    switch (type) {
+        case QueryType::Adaptive:
+            return "Adaptive";
+        case QueryType::ByShape:
+            return "ByShape";
+        case QueryType::ByText:
+            return "ByText";
+        case QueryType::Simple:
+            return "Simple";
+        default:
+            return "Unknown";
+    }
+}
+
+void printSettings(const RunOptions& options) {
+    print("   Query Block: {}\n", options.queryBlock);
+    print("Block fileList: {}\n", options.fileList);
+    print("        Output: {}\n", options.output);
+    print(" Parallel Load: {}\n", boolText(options.parallelLoad));
+    print("   Deduplicate: {}\n", boolText(options.dedupe));
+    print("        Pretty: {}\n", boolText(options.pretty));
+    print("          topK: {}\n", options.topK);
+}
+
+std::vector<SearchResult> search(QueryType type, std::uint32_t k, const QueryBlock& query,
+                                 const BlockLibrary& library, float minThreshold) {
+    std::vector<SearchResult> hits;
+    switch (type) {
+        case QueryType::ByShape:
+            searchByShape(k, query.shape, library.shapeMatrix, minThreshold, hits);
+            break;
+        case QueryType::ByText:
+            searchByText(k, query.text, library.textMatrix, minThreshold, hits);
+            break;
+        case QueryType::Adaptive:
+        case QueryType::Simple:
+            throw std::invalid_argument(std::string("the query type ") + queryTypeName(type) +
+                                        " is not available yet: use /method shape or text");
+        default:
+            throw std::invalid_argument("invalid query type");
+    }
+    return hits;
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& arguments) {
+    RunOptions options;
+    if (!parseArguments(arguments, options)) {
+        return -1;
+    }
+    printSettings(options);
+
+    const auto startTime = Clock::now();
+    QueryType queryType =
+        options.queryType == QueryType::NotChosen ? QueryType::Adaptive : options.queryType;
+    QueryBlock query;
+    readQueryBlock(options.queryBlock, queryType, query);
+    print("     queryType: {}\n", queryTypeName(queryType));
+    const float minThreshold =
+        queryType == QueryType::ByShape ? byShapeThreshold : options.minThreshold;
+    print("  minThreshold: {}\n", minThreshold);
+    const auto queryReadTime = Clock::now();
+    print("Get query block time: {} ms\n", elapsedMs(startTime, queryReadTime));
+
+    BlockLibrary library;
+    loadBlockLibrary(options.fileList, options.parallelLoad, options.dedupe, library);
+    const auto loadedTime = Clock::now();
+    print("Create index time: {} ms\n", elapsedMs(queryReadTime, loadedTime));
+
+    const auto rows = static_cast<std::uint32_t>(library.shapeMatrix.shape(0));
+    const std::uint32_t k = std::min(rows, options.topK);
+    const std::vector<SearchResult> hits = search(queryType, k, query, library, minThreshold);
+    const auto searchedTime = Clock::now();
+    print("Query time: {} ms\n", elapsedMs(loadedTime, searchedTime));
+
+    const nlohmann::json document = buildResultDocument(hits, library.records, library.counters);
+    writeJsonFile(document, options.output, options.pretty);
+    const auto writtenTime = Clock::now();
+    print("writeJsonFile: {} ms\n", elapsedMs(searchedTime, writtenTime));
+
+    print("Quillon engine run successfully!\n");
+    return 0;
+}
+
+}  // namespace quillon

@@ -1,0 +1,10 @@
+// Runs the tests under the locale that the program itself selects.
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+int main(int count, char** values) {
+    std::setlocale(LC_ALL, "C.UTF-8");
+    testing::InitGoogleTest(&count, values);
+    return RUN_ALL_TESTS();
+}

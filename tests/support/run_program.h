@@ -1,0 +1,23 @@
+// Starts the real binary and takes what it leaves.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quillon::test {
+
+struct ProgramResult {
+    int status = 0;     // exit status; 128 and more after a signal, 255 for -1
+    std::string out;    // standard output, byte for byte
+    std::string error;  // standard error
+};
+
+/// Runs the program with `arguments` (UTF-8) in `workingFolder`.
+ProgramResult runProgram(const std::vector<std::string>& arguments,
+                         const std::filesystem::path& workingFolder);
+
+/// The console text with every elapsed time replaced by "T".
+std::string maskTimes(const std::string& consoleText);
+
+}  // namespace quillon::test

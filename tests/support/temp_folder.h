@@ -1,0 +1,31 @@
+// A folder of its own for one test, gone with it, and files in it.
+#pragma once
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+namespace quillon::test {
+
+class TempFolder {
+  public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const std::filesystem::path& path() const { return folder; }
+
+    /// Writes `bytes` to the file `name` (UTF-8, may lie in subfolders, which are made).
+    std::filesystem::path write(std::string_view name, std::string_view bytes) const;
+    /// The document as compact JSON text.
+    std::filesystem::path write(std::string_view name, const nlohmann::json& document) const;
+
+  private:
+    std::filesystem::path folder;
+};
+
+std::string readBytes(const std::filesystem::path& path);
+
+}  // namespace quillon::test
