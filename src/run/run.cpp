@@ -11,7 +11,9 @@
 #include "library/load_library.h"
 #include "output/result_document.h"
 #include "run/options.h"
+#include "search/adaptive.h"
 #include "search/search_result.h"
+#include "search/simple.h"
 #include "search/single_side.h"
 #include "shared/console.h"
 
@@ -60,16 +62,20 @@ std::vector<SearchResult> search(QueryType type, std::uint32_t k, const QueryBlo
                                  const BlockLibrary& library, float minThreshold) {
     std::vector<SearchResult> hits;
     switch (type) {
+        case QueryType::Adaptive:
+            searchAdaptive(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
+                           minThreshold, hits);
+            break;
         case QueryType::ByShape:
             searchByShape(k, query.shape, library.shapeMatrix, minThreshold, hits);
             break;
         case QueryType::ByText:
             searchByText(k, query.text, library.textMatrix, minThreshold, hits);
             break;
-        case QueryType::Adaptive:
         case QueryType::Simple:
-            throw std::invalid_argument(std::string("the query type ") + queryTypeName(type) +
-                                        " is not available yet: use /method shape or text");
+            searchSimple(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
+                         minThreshold, hits);
+            break;
         default:
             throw std::invalid_argument("invalid query type");
     }

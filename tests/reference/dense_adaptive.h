@@ -1,0 +1,42 @@
+// The dense form of Adaptive, as plain and slow as it reads: every array of N × N values held at
+// once, with the array library's own operations. The oracle for the factored form in src/search, of
+// which it uses nothing but the hit record.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+#include <xtensor/xtensor.hpp>
+
+#include "search/search_result.h"
+#include "shared/feature_matrix.h"
+
+namespace quillon::reference {
+
+using Floats = xt::xtensor<float, 2>;
+using Labels = xt::xtensor<std::int64_t, 2>;
+
+struct DenseLists {
+    Labels labels;     // N × K
+    Floats distances;  // N × K, squared L2
+};
+
+DenseLists buildNeighbourLists(const Floats& matrix, std::int32_t neighbourCount);
+Floats neighbourSimilarityCurves(const Floats& matrix);
+float rankListDistance(const Labels& labels, std::int32_t a, std::int32_t b);
+Floats rankSimilarityMatrix(const Floats& matrix);
+std::vector<Floats> curveAreaWeights(const std::vector<Floats>& curves);
+Floats fuseSimilarities(const std::vector<Floats>& sides, std::vector<Floats>& weights,
+                        float minWeight);
+
+/// All rows of the refined array, or only row 0 with the others left 0.
+Floats refineByNeighbours(const Floats& fused, std::int32_t k, bool allRows);
+
+/// Column numbers by ascending value: a plain insertion sort, which keeps equal values in order.
+std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row);
+
+std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
+                                         const FeatureMatrix& queryText,
+                                         const FeatureMatrix& shapeMatrix,
+                                         const FeatureMatrix& textMatrix, float minThreshold);
+
+}  // namespace quillon::reference

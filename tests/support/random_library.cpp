@@ -1,0 +1,124 @@
+#include "support/random_library.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace quillon::test {
+namespace {
+
+/// Whole numbers below `limit`; the standard's distributions differ between libraries.
+std::size_t draw(std::mt19937& random, std::size_t limit) {
+    return random() % limit;
+}
+
+float drawUnit(std::mt19937& random) {
+    return static_cast<float>(random() >> 8U) / static_cast<float>(1U << 24U);
+}
+
+void fillClustered(float* row, std::size_t width, std::size_t centre, float spread,
+                   std::mt19937& random) {
+    std::mt19937 centreRandom(static_cast<std::uint32_t>(centre * 7919 + width));
+    double norm = 0.0;
+    for (std::size_t c = 0; c < width; ++c) {
+        row[c] = drawUnit(centreRandom) - 0.5F + spread * (drawUnit(random) - 0.5F);
+        norm += double{row[c]} * double{row[c]};
+    }
+    for (std::size_t c = 0; c < width; ++c) {
+        row[c] = static_cast<float>(row[c] / std::sqrt(norm));
+    }
+}
+
+void fillRow(LibraryKind kind, float* row, std::size_t width, std::mt19937& random) {
+    switch (kind) {
+        case LibraryKind::uniform:
+            for (std::size_t c = 0; c < width; ++c) {
+                row[c] = (drawUnit(random) - 0.5F) * 0.1F;
+            }
+            break;
+        case LibraryKind::clustered:
+            fillClustered(row, width, draw(random, 8), draw(random, 4) == 0 ? 0.0F : 1.0F, random);
+            break;
+        case LibraryKind::lattice:
+            for (std::size_t c = 0; c < 4; ++c) {
+                row[c] = static_cast<float>(draw(random, 3)) * 0.5F;
+            }
+            break;
+        case LibraryKind::oneHot:
+            row[draw(random, width)] = 1.0F;
+            break;
+        case LibraryKind::allTwins:
+            row[0] = 1.0F;
+            break;
+        case LibraryKind::notFinite: {
+            constexpr std::array<float, 4> odd{std::numeric_limits<float>::quiet_NaN(),
+                                               std::numeric_limits<float>::infinity(),
+                                               -std::numeric_limits<float>::infinity(), 3e38F};
+            fillClustered(row, width, draw(random, 8), 1.0F, random);
+            if (draw(random, 12) == 0) {
+                row[draw(random, width)] = odd[draw(random, odd.size())];
+            }
+            break;
+        }
+    }
+}
+
+FeatureMatrix makeMatrix(LibraryKind kind, std::size_t rows, std::size_t width,
+                         std::mt19937& random) {
+    FeatureMatrix matrix = FeatureMatrix::from_shape({rows, width});
+    std::fill(matrix.begin(), matrix.end(), 0.0F);
+    for (std::size_t r = 0; r < rows; ++r) {
+        float* row = matrix.data() + r * width;
+        // Twins of an earlier row, among all kinds.
+        if (r > 0 && draw(random, 10) == 0) {
+            const float* earlier = matrix.data() + draw(random, r) * width;
+            std::copy(earlier, earlier + width, row);
+        } else {
+            fillRow(kind, row, width, random);
+        }
+    }
+    return matrix;
+}
+
+}  // namespace
+
+std::string nameOf(LibraryKind kind) {
+    switch (kind) {
+        case LibraryKind::uniform:
+            return "uniform";
+        case LibraryKind::clustered:
+            return "clustered";
+        case LibraryKind::lattice:
+            return "lattice";
+        case LibraryKind::oneHot:
+            return "oneHot";
+        case LibraryKind::allTwins:
+            return "allTwins";
+        case LibraryKind::notFinite:
+            return "notFinite";
+    }
+    return "unknown";
+}
+
+RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows,
+                                std::uint32_t seed) {
+    std::mt19937 random(seed);
+    RandomLibrary library;
+    library.shapeMatrix = makeMatrix(shapeKind, rows, shapeWidth, random);
+    library.textMatrix = makeMatrix(textKind, rows, textWidth, random);
+    library.queryShape = makeMatrix(shapeKind, 1, shapeWidth, random);
+    library.queryText = makeMatrix(textKind, 1, textWidth, random);
+    // Now and then the query is a twin of a library row, on either side.
+    if (rows > 0 && draw(random, 3) == 0) {
+        const float* twin = library.shapeMatrix.data() + draw(random, rows) * shapeWidth;
+        std::copy(twin, twin + shapeWidth, library.queryShape.data());
+    }
+    if (rows > 0 && draw(random, 3) == 0) {
+        const float* twin = library.textMatrix.data() + draw(random, rows) * textWidth;
+        std::copy(twin, twin + textWidth, library.queryText.data());
+    }
+    return library;
+}
+
+}  // namespace quillon::test

@@ -1,0 +1,38 @@
+// Small random libraries of many kinds for differential tests of the search methods.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+
+#include "shared/feature_matrix.h"
+
+namespace quillon::test {
+
+enum class LibraryKind {
+    uniform,    // independent values
+    clustered,  // unit vectors around few centres, some of them twins
+    lattice,    // few small whole numbers in the first columns: many equal distances
+    oneHot,     // one element set: all distances equal but for twins
+    allTwins,   // one vector throughout
+    notFinite,  // clustered, with NaN, infinities and values that overflow sprinkled in
+};
+
+inline constexpr LibraryKind allLibraryKinds[] = {LibraryKind::uniform,  LibraryKind::clustered,
+                                                  LibraryKind::lattice,  LibraryKind::oneHot,
+                                                  LibraryKind::allTwins, LibraryKind::notFinite};
+
+struct RandomLibrary {
+    FeatureMatrix queryShape;   // 1 × 512
+    FeatureMatrix queryText;    // 1 × 384
+    FeatureMatrix shapeMatrix;  // rows × 512
+    FeatureMatrix textMatrix;   // rows × 384
+};
+
+std::string nameOf(LibraryKind kind);
+
+/// The same seed makes the same library everywhere.
+RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows,
+                                std::uint32_t seed);
+
+}  // namespace quillon::test
