@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh g++ cmake ninja-build \
     libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libxtensor-dev xtl-dev \
-    libboost-dev libtbb-dev libgtest-dev libbenchmark-dev
+    libboost-dev libsimdjson-dev libgtest-dev libbenchmark-dev
 
 preset=$1
 shift

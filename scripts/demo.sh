@@ -9,9 +9,10 @@ scripts/build.sh release
 quillon=$PWD/build/release/quillon
 result=$PWD/build/demo-result.json
 cd examples/drawings
-"$quillon" /filelist filelist.json /encode queries/1-door-23-3.json /output "$result" /method shape
+"$quillon" /filelist filelist.json /encode queries/1-door-23-3.json /output "$result"
 
-printf '\n%4s  %-12s  %-20s  %s\n' rank name drawing distance
+printf '\n%4s  %-14s  %-32s  %7s  %7s  %7s\n' rank name drawing score shape text
 jq -r '.blocks // [] | to_entries[] | [.key + 1, .value.name,
-        (.value.dwgPath // .value.dwgPathHash | split("/") | last), .value.distOrScore] | @tsv' \
-    "$result" | awk -F '\t' '{ printf "%4d  %-12s  %-20s  %.4f\n", $1, $2, $3, $4 }'
+        (.value.dwgPath // .value.dwgPathHash | split("/") | last),
+        .value.distOrScore, .value.shapeWeight, .value.textWeight] | @tsv' "$result" |
+    awk -F '\t' '{ printf "%4d  %-14s  %-32s  %7.4f  %7.4f  %7.4f\n", $1, $2, $3, $4, $5, $6 }'

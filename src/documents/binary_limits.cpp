@@ -1,9 +1,9 @@
 #include "documents/binary_limits.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <string>
 
+#include "documents/binary_walk.h"
 #include "shared/utf8_path.h"
 
 namespace quillon {
@@ -12,37 +12,23 @@ namespace {
 using nlohmann::json;
 
 /// The event interface of the JSON library's parsers; false ends the walk.
-struct LimitCounter {
-    std::size_t maxValues;
-    std::size_t values = 0;
-    std::size_t depth = 0;
+struct LimitWalk {
+    BinaryLimits limits;
 
-    bool tooDeep() const { return depth > maxBinaryNesting; }
-    bool tooMany() const { return values > maxValues; }
-    bool count() { return ++values <= maxValues; }
-    bool open() {
-        ++depth;
-        return count() && !tooDeep();
-    }
-    bool close() {
-        --depth;
-        return true;
-    }
-
-    bool null() { return count(); }
-    bool boolean(bool /*value*/) { return count(); }
-    bool number_integer(json::number_integer_t /*value*/) { return count(); }
-    bool number_unsigned(json::number_unsigned_t /*value*/) { return count(); }
+    bool null() { return limits.value(); }
+    bool boolean(bool /*value*/) { return limits.value(); }
+    bool number_integer(json::number_integer_t /*value*/) { return limits.value(); }
+    bool number_unsigned(json::number_unsigned_t /*value*/) { return limits.value(); }
     bool number_float(json::number_float_t /*value*/, const std::string& /*text*/) {
-        return count();
+        return limits.value();
     }
-    bool string(std::string& /*value*/) { return count(); }
-    bool binary(json::binary_t& /*value*/) { return count(); }
+    bool string(std::string& /*value*/) { return limits.value(); }
+    bool binary(json::binary_t& /*value*/) { return limits.value(); }
     bool key(std::string& /*value*/) { return true; }
-    bool start_object(std::size_t /*size*/) { return open(); }
-    bool start_array(std::size_t /*size*/) { return open(); }
-    bool end_object() { return close(); }
-    bool end_array() { return close(); }
+    bool start_object(std::size_t /*size*/) { return limits.open(); }
+    bool start_array(std::size_t /*size*/) { return limits.open(); }
+    bool end_object() { return limits.close(); }
+    bool end_array() { return limits.close(); }
     static bool parse_error(std::size_t /*position*/, const std::string& /*lastToken*/,
                             const json::exception& /*error*/) {
         return false;
@@ -53,15 +39,21 @@ struct LimitCounter {
 
 void checkBinaryLimits(std::string_view bytes, json::input_format_t format,
                        const std::filesystem::path& path) {
-    LimitCounter counter{std::max(bytes.size(), freeBinaryValues)};
-    json::sax_parse(bytes.begin(), bytes.end(), &counter, format);
-    if (counter.tooDeep()) {
+    LimitWalk walk{BinaryLimits(bytes.size())};
+    try {
+        walkBinary(bytes, format, walk);
+    } catch (const ReaderStackExceeded&) {
+        throw std::runtime_error("document nested too deeply for " +
+                                 std::to_string(maxReaderStackBytes >> 20U) +
+                                 " MiB of stack: " + utf8FromPath(path));
+    }
+    if (walk.limits.tooDeep()) {
         throw std::runtime_error("document nested deeper than " + std::to_string(maxBinaryNesting) +
                                  " levels: " + utf8FromPath(path));
     }
-    if (counter.tooMany()) {
+    if (walk.limits.tooMany()) {
         throw std::runtime_error("document announces more than " +
-                                 std::to_string(counter.maxValues) +
+                                 std::to_string(walk.limits.valueLimit()) +
                                  " values: " + utf8FromPath(path));
     }
 }

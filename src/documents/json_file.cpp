@@ -1,10 +1,12 @@
 #include "documents/json_file.h"
 
+#include <array>
 #include <fstream>
 #include <iomanip>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "documents/binary_limits.h"
 #include "shared/utf8_path.h"
@@ -12,61 +14,100 @@
 namespace quillon {
 
 using nlohmann::json;
+using Format = json::input_format_t;
+
+std::optional<Format> documentFormat(const std::filesystem::path& path) {
+    static constexpr std::array<std::pair<const char*, Format>, 6> formats{{
+        {".json", Format::json},
+        {".bson", Format::bson},
+        {".cbor", Format::cbor},
+        {".msgpack", Format::msgpack},
+        {".ubj", Format::ubjson},
+        {".jdb", Format::bjdata},
+    }};
+    const std::filesystem::path extension = path.extension();
+    for (const auto& [known, format] : formats) {
+        if (extension == known) {
+            return format;
+        }
+    }
+    return std::nullopt;
+}
+
+namespace {
+
+json parseBinary(const std::string& bytes, Format format) {
+    switch (format) {
+        case Format::bson:
+            return json::from_bson(bytes);
+        case Format::cbor:
+            return json::from_cbor(bytes);
+        case Format::msgpack:
+            return json::from_msgpack(bytes);
+        case Format::ubjson:
+            return json::from_ubjson(bytes);
+        default:
+            return json::from_bjdata(bytes);
+    }
+}
+
+}  // namespace
 
 json readJsonFile(const std::filesystem::path& path) {
-    const std::filesystem::path extension = path.extension();
-    const bool isText = extension == ".json";
-    std::ifstream stream(path, isText ? std::ios::in : std::ios::in | std::ios::binary);
+    const std::optional<Format> format = documentFormat(path);
+    std::ifstream stream(path,
+                         format == Format::json ? std::ios::in : std::ios::in | std::ios::binary);
     if (!stream) {
         throw std::runtime_error("fail to open input file: " + utf8FromPath(path));
     }
-    if (isText) {
+    if (!format) {
+        throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
+    }
+    if (format == Format::json) {
         return json::parse(stream);
     }
-    const auto readChecked = [&](json::input_format_t format) {
-        std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-        checkBinaryLimits(bytes, format, path);
-        return bytes;
-    };
-    if (extension == ".bson") {
-        return json::from_bson(readChecked(json::input_format_t::bson));
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    checkBinaryLimits(bytes, *format, path);
+    json document = parseBinary(bytes, *format);
+    if (document.is_discarded()) {
+        // The library's BSON reader gives up without a word when the file ends before a string's
+        // closing NUL.
+        throw json::parse_error::create(
+            110, bytes.size() + 1,
+            "syntax error while parsing BSON string: unexpected end of input", nullptr);
     }
-    if (extension == ".cbor") {
-        return json::from_cbor(readChecked(json::input_format_t::cbor));
-    }
-    if (extension == ".msgpack") {
-        return json::from_msgpack(readChecked(json::input_format_t::msgpack));
-    }
-    if (extension == ".ubj") {
-        return json::from_ubjson(readChecked(json::input_format_t::ubjson));
-    }
-    if (extension == ".jdb") {
-        return json::from_bjdata(readChecked(json::input_format_t::bjdata));
-    }
-    throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
+    return document;
 }
 
 void writeJsonFile(const json& document, const std::filesystem::path& path, bool pretty) {
-    const std::filesystem::path extension = path.extension();
-    const bool isText = extension == ".json";
-    std::ofstream stream(path, isText ? std::ios::out : std::ios::out | std::ios::binary);
+    const std::optional<Format> format = documentFormat(path);
+    std::ofstream stream(path,
+                         format == Format::json ? std::ios::out : std::ios::out | std::ios::binary);
     if (!stream) {
         throw std::runtime_error("fail to open output file: " + utf8FromPath(path));
     }
-    if (isText) {
-        stream << std::setw(pretty ? 4 : 0) << document;
-    } else if (extension == ".bson") {
-        json::to_bson(document, stream);
-    } else if (extension == ".cbor") {
-        json::to_cbor(document, stream);
-    } else if (extension == ".msgpack") {
-        json::to_msgpack(document, stream);
-    } else if (extension == ".ubj") {
-        json::to_ubjson(document, stream);
-    } else if (extension == ".jdb") {
-        json::to_bjdata(document, stream);
-    } else {
+    if (!format) {
         throw std::runtime_error("Unknown output file format! " + utf8FromPath(path));
+    }
+    switch (*format) {
+        case Format::json:
+            stream << std::setw(pretty ? 4 : 0) << document;
+            break;
+        case Format::bson:
+            json::to_bson(document, stream);
+            break;
+        case Format::cbor:
+            json::to_cbor(document, stream);
+            break;
+        case Format::msgpack:
+            json::to_msgpack(document, stream);
+            break;
+        case Format::ubjson:
+            json::to_ubjson(document, stream);
+            break;
+        case Format::bjdata:
+            json::to_bjdata(document, stream);
+            break;
     }
 }
 

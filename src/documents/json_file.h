@@ -5,8 +5,12 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace quillon {
+
+/// The format of the path's extension, or nothing for an unknown one.
+std::optional<nlohmann::json::input_format_t> documentFormat(const std::filesystem::path& path);
 
 /// Reads the whole file; nothing but white space may follow a JSON text, and nothing a binary
 /// value. Throws std::runtime_error when the file can't be opened or, after that, its extension is

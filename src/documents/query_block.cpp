@@ -42,7 +42,7 @@ void readQueryBlock(const std::filesystem::path& path, QueryType& queryType, Que
     const json& queryText = memberOf(document, queryTextKey);
     query.shape = firstRow(shape);
     query.text = firstRow(text);
-    if (queryText.size() != 0 && isMeaninglessText(elementOf(queryText, 0).get<std::string>())) {
+    if (!queryText.empty() && isMeaninglessText(elementOf(queryText, 0).get<std::string>())) {
         queryType = QueryType::ByShape;
     }
 }

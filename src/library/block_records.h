@@ -1,15 +1,18 @@
-// The blocks of a library: what is kept of each, and how one drawing's document is merged in.
+// The blocks of a library: what is kept of each, and how one drawing's blocks are merged in.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
 
+#include "library/drawing_blocks.h"
+#include "library/growing_rows.h"
 #include "shared/feature_matrix.h"
 
 namespace quillon {
@@ -39,9 +42,12 @@ struct BlockLibrary {
 
 /// What grows while the drawings of one load are merged.
 struct MergeState {
+    /// Room for 64 MB of shapes before anything has to move; what is not used takes no memory.
+    static constexpr std::size_t expectedRows = std::size_t{1} << 15U;
+
     std::unordered_set<std::string> seenCodes;
-    std::vector<float> shapeValues;  // accepted vectors one after the other, 512 floats each
-    std::vector<float> textValues;   // 384 each
+    GrowingRows shapes{shapeWidth, expectedRows};  // of the accepted blocks
+    GrowingRows texts{textWidth, expectedRows};
     std::uint64_t uniqueCount = 0;
     std::uint64_t duplicateCount = 0;
 };
@@ -49,16 +55,19 @@ struct MergeState {
 /// The fields of a block key: the text cut at every "*"; two adjacent ones yield an empty field.
 std::vector<std::string> splitBlockKey(std::string_view text);
 
-/// Merges one parsed encodings document. In document order, each block with a vector of the wrong
-/// length or a key under three fields is rejected with a line on the console; the others enter
-/// unless `dedupe` is true and their code has been seen. A drawing has room for one block with the
-/// handle "0": the last of them, added after all others; the rest vanish uncounted.
+/// Name, code and handle: what every key must have at least.
+bool hasThreeFields(std::string_view blockKey);
+
+/// Merges one drawing. Its blocks enter in order, unless `dedupe` is true and their code has been
+/// seen. A drawing has room for one block with the handle "0": the last of them, added after all
+/// others; the rest vanish uncounted. Remarks go to `console` in their places.
 ///
-/// Throws the JSON library's type_error for a value of a wrong type and out_of_range 403 for a
-/// missing key. What was merged before stays. A vector element that is no number fails when its
-/// block is added: code and record are in by then, the floats of that vector are not.
-void addDrawingBlocks(const nlohmann::json& document,
+/// Rethrows the drawing's failure and the fault of a vector that was to be added. What was merged
+/// before stays: after a fault code and record are in and the row of that side is not, and a fault
+/// of the text side leaves the shape side one row ahead.
+void addDrawingBlocks(DrawingBlocks&& drawing,
                       const std::shared_ptr<const std::filesystem::path>& encodingsPath,
-                      bool dedupe, MergeState& state, std::vector<BlockRecord>& records);
+                      bool dedupe, MergeState& state, std::vector<BlockRecord>& records,
+                      std::ostream& console);
 
 }  // namespace quillon

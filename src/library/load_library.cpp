@@ -1,18 +1,16 @@
 #include "library/load_library.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <execution>
-#include <memory>
+#include <exception>
+#include <iostream>
 #include <nlohmann/json.hpp>
-#include <numeric>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "documents/json_access.h"
 #include "documents/json_file.h"
-#include "library/feature_matrices.h"
+#include "library/ordered_reading.h"
 #include "shared/console.h"
 #include "shared/document_keys.h"
 #include "shared/utf8_path.h"
@@ -21,63 +19,52 @@ namespace quillon {
 namespace {
 
 using nlohmann::json;
-using SharedPath = std::shared_ptr<const std::filesystem::path>;
 
-SharedPath entryPath(const json& entry) {
-    return std::make_shared<const std::filesystem::path>(pathFromUtf8(entry.get<std::string>()));
-}
-
-/// What reading one list entry left: a document, or the text of a failure.
-struct ReadResult {
-    SharedPath path;
-    json document;
-    bool failed = false;
-    std::string failure;
-};
-
-/// Lets nothing escape: an exception would end the process from inside a task.
-void readEntry(const json& files, std::size_t index, ReadResult& result) noexcept {
+std::string textOf(const std::exception_ptr& failure) {
     try {
-        result.path = entryPath(elementOf(files, index));
-        result.document = readJsonFile(*result.path);
+        std::rethrow_exception(failure);
     } catch (const std::exception& exception) {
-        result.failed = true;
-        result.failure = exception.what();
+        return exception.what();
     } catch (...) {
-        result.failed = true;
-        result.failure = "unknown exception";
+        return "unknown exception";
     }
 }
 
+/// Files that can't be read are warnings, and all warnings stand before what the merge prints. A
+/// failure of the merge ends the load, but only after every file has been read and reported.
 void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    std::vector<ReadResult> results(files.size());
-    std::vector<std::size_t> order(files.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::for_each(std::execution::par, order.begin(), order.end(),
-                  [&](std::size_t index) { readEntry(files, index, results[index]); });
-
-    for (const ReadResult& result : results) {
-        if (result.failed) {
+    std::ostringstream mergeText;
+    std::exception_ptr mergeFailure;
+    readInOrder(files, [&](ReadEntry&& entry) {
+        if (entry.failure) {
             ++library.counters.failedDrawings;
-            print("Warning: {}\n", result.failure);
+            print("Warning: {}\n", textOf(entry.failure));
+        } else if (!mergeFailure && !entry.drawing.isNull) {
+            try {
+                addDrawingBlocks(std::move(entry.drawing), entry.path, dedupe, state,
+                                 library.records, mergeText);
+            } catch (...) {
+                mergeFailure = std::current_exception();
+            }
         }
-    }
-    for (ReadResult& result : results) {
-        if (!result.document.is_null()) {
-            addDrawingBlocks(result.document, result.path, dedupe, state, library.records);
-            result.document = nullptr;
-        }
+    });
+    print("{}", mergeText.str());
+    if (mergeFailure) {
+        std::rethrow_exception(mergeFailure);
     }
 }
 
+/// Either failure is a message, and the load goes on with what was merged before it.
 void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    for (const json& entry : files) {
+    ReadBuffers buffers;
+    for (const json& listed : files) {
         try {
-            const SharedPath path = entryPath(entry);
-            addDrawingBlocks(readJsonFile(*path), path, dedupe, state, library.records);
+            ReadEntry entry = readEntry(listed, buffers);
+            addDrawingBlocks(std::move(entry.drawing), entry.path, dedupe, state, library.records,
+                             std::cout);
         } catch (const std::exception& exception) {
             ++library.counters.failedDrawings;
-            print("Fail to load {}\n\t{}\n", entry, exception.what());
+            print("Fail to load {}\n\t{}\n", listed, exception.what());
         }
     }
 }
@@ -111,8 +98,8 @@ void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLo
     print("    unique blocks: {}\n", library.counters.uniqueBlocks);
     print("duplicated blocks: {}\n", state.duplicateCount);
 
-    buildFeatureMatrix(state.shapeValues, state.uniqueCount, shapeWidth, library.shapeMatrix);
-    buildFeatureMatrix(state.textValues, state.uniqueCount, textWidth, library.textMatrix);
+    library.shapeMatrix = std::move(state.shapes).takeMatrix(state.uniqueCount);
+    library.textMatrix = std::move(state.texts).takeMatrix(state.uniqueCount);
 }
 
 }  // namespace quillon

@@ -97,7 +97,7 @@ std::vector<float> voteRow(const FusedSimilarities& fused,
         for (std::size_t s = 0; s < listedBy.size(); ++s) {
             const NeighbourLists& lists = fused.sides[s].lists;
             for (std::size_t n = 0; n < lists.count; ++n) {
-                const auto slot = static_cast<std::size_t>(lists.list(neighbour)[n] + 1);
+                const std::size_t slot = slotOf(lists.list(neighbour)[n]);
                 for (std::size_t i = listedBy[s].begins[slot]; i < listedBy[s].begins[slot + 1];
                      ++i) {
                     const auto row = static_cast<std::size_t>(listedBy[s].rows[i]);

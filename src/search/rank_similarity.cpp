@@ -30,19 +30,19 @@ float rankSimilarity(const NeighbourLists& lists, std::size_t a, std::size_t b) 
 }
 
 ListedBy invertLists(const NeighbourLists& lists) {
-    // Counting sort by element; slot 0 is for -1, and the extra slot in front makes the counts,
-    // once summed, each element's begin, which filling then moves to its end.
+    // Counting sort by element. Counted two slots on, the sums become each slot's begin one slot
+    // on; filling moves them to its end, which is the next slot's begin.
     ListedBy inverted;
     inverted.begins.assign(lists.rows + 3, 0);
     for (const std::int32_t element : lists.labels) {
-        ++inverted.begins[static_cast<std::size_t>(element + 3)];
+        ++inverted.begins[slotOf(element) + 2];
     }
     std::partial_sum(inverted.begins.begin(), inverted.begins.end(), inverted.begins.begin());
     inverted.rows.resize(lists.labels.size());
     for (std::size_t row = 0; row < lists.rows; ++row) {
         for (std::size_t n = 0; n < lists.count; ++n) {
-            const auto slot = static_cast<std::size_t>(lists.list(row)[n] + 2);
-            inverted.rows[inverted.begins[slot]++] = static_cast<std::int32_t>(row);
+            std::size_t& place = inverted.begins[slotOf(lists.list(row)[n]) + 1];
+            inverted.rows[place++] = static_cast<std::int32_t>(row);
         }
     }
     return inverted;

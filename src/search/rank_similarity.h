@@ -20,12 +20,17 @@ float rankListDistance(const std::int32_t* a, const std::int32_t* b, std::size_t
 /// whose lists share no element.
 float rankSimilarity(const NeighbourLists& lists, std::size_t a, std::size_t b);
 
-/// For every list element the rows that list it, in ascending order: `rows` from `begins[e + 1]` to
-/// `begins[e + 2]` list element e, which may be -1.
+/// For every list element the rows that list it, ascending: from `rows[begins[slotOf(element)]]` up
+/// to where the next slot begins. A row that lists -1 several times stands there as often.
 struct ListedBy {
     std::vector<std::size_t> begins;
     std::vector<std::int32_t> rows;
 };
+
+/// -1, for an unfilled position, has the first slot.
+inline std::size_t slotOf(std::int32_t element) {
+    return static_cast<std::size_t>(std::int64_t{element} + 1);
+}
 
 ListedBy invertLists(const NeighbourLists& lists);
 

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <xtensor/xtensor.hpp>
 
+#include "shared/growable_floats.h"
+
 namespace quillon {
 
 /// Rows × width, float32, row-major, one contiguous block without padding. Row r of the library's
 /// shape matrix, row r of its text matrix and record r speak of one block. The query's have one
-/// row.
-using FeatureMatrix = xt::xtensor<float, 2, xt::layout_type::row_major>;
+/// row. Resizing to another number of rows keeps the rows there are.
+using FeatureMatrix = xt::xtensor_container<GrowableFloats, 2, xt::layout_type::row_major>;
 
 /// Widths of the encodings format; they are never taken from the data.
 inline constexpr std::size_t shapeWidth = 512;

@@ -51,7 +51,7 @@ TEST(InvertLists, NamesTheRowsThatListAnElement) {
     const NeighbourLists lists = listsOf({{1, 2}, {2, 0}, {1, -1}, {-1, -1}});
     const ListedBy inverted = invertLists(lists);
     const auto rowsListing = [&](std::int32_t element) {
-        const auto slot = static_cast<std::size_t>(element + 1);
+        const std::size_t slot = slotOf(element);
         const auto rows = inverted.rows.begin();
         return List(rows + static_cast<std::ptrdiff_t>(inverted.begins[slot]),
                     rows + static_cast<std::ptrdiff_t>(inverted.begins[slot + 1]));

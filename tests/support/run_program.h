@@ -1,6 +1,7 @@
 // Starts the real binary and takes what it leaves.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -8,9 +9,10 @@
 namespace quillon::test {
 
 struct ProgramResult {
-    int status = 0;     // exit status; 128 and more after a signal, 255 for -1
-    std::string out;    // standard output, byte for byte
-    std::string error;  // standard error
+    int status = 0;           // exit status; 128 and more after a signal, 255 for -1
+    std::string out;          // standard output, byte for byte
+    std::string error;        // standard error
+    std::size_t peakMiB = 0;  // most memory held at a time; 0 on Windows
 };
 
 /// Runs the program with `arguments` (UTF-8) in `workingFolder`.

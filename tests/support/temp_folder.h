@@ -19,6 +19,9 @@ class TempFolder {
 
     /// Writes `bytes` to the file `name` (UTF-8, may lie in subfolders, which are made).
     std::filesystem::path write(std::string_view name, std::string_view bytes) const;
+    std::filesystem::path write(std::string_view name, const std::string& bytes) const {
+        return write(name, std::string_view(bytes));
+    }
     /// The document as compact JSON text.
     std::filesystem::path write(std::string_view name, const nlohmann::json& document) const;
 

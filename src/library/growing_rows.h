@@ -1,0 +1,47 @@
+// Rows of floats that are appended one after the other and end as a feature matrix.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "shared/feature_matrix.h"
+
+namespace quillon {
+
+class GrowingRows {
+  public:
+    /// `expectedRows` is the first capacity; beyond it the rows are moved as they grow.
+    explicit GrowingRows(std::size_t rowWidth, std::size_t expectedRows = 16)
+        : width(rowWidth), expected(expectedRows) {}
+
+    /// A new last row, its values not set, valid until the next one is appended.
+    float* append() {
+        if (count == values.shape(0)) {
+            values.resize({std::max(expected, count + count / 2), width});
+        }
+        return values.data() + width * count++;
+    }
+
+    const float* row(std::size_t index) const { return values.data() + width * index; }
+    std::size_t rows() const { return count; }
+    std::size_t rowWidth() const { return width; }
+    std::size_t capacityBytes() const { return values.size() * sizeof(float); }
+
+    /// The first `rows` rows as a matrix, without a copy where the platform can: surplus rows are
+    /// cut, missing ones are 0.
+    FeatureMatrix takeMatrix(std::size_t rows) && {
+        values.resize({rows, width});
+        std::fill(values.data() + width * std::min(count, rows), values.data() + width * rows,
+                  0.0F);
+        return std::move(values);
+    }
+
+  private:
+    std::size_t width;
+    std::size_t expected;
+    std::size_t count = 0;
+    FeatureMatrix values;  // shape(0) is the capacity
+};
+
+}  // namespace quillon

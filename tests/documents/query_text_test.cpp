@@ -1,0 +1,65 @@
+// Which query texts say too little to be searched by. Runs under a UTF-8 locale, as the program
+// does.
+#include "documents/query_text.h"
+
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+using namespace std::string_view_literals;
+
+TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
+    for (const std::string_view text : {
+             // under 3 bytes
+             ""sv,
+             "a"sv,
+             "ab"sv,
+             "é"sv,
+             // white space and digits
+             "123"sv,
+             "   "sv,
+             "1 2 3"sv,
+             "2024\n"sv,
+             " \t\r\n\v\f"sv,
+             // a character that can't be printed
+             "door\tleft"sv,
+             "door\n"sv,
+             "\x1B[31m"sv,
+             "door\x7F"sv,
+             "do\0or"sv,
+             "\0\0\0"sv,
+             "door\xC2\x85"sv,
+             // malformed UTF-8: a lone byte, a cut-off character, an overlong form, a surrogate,
+             // a number beyond the last character
+             "door\xFF"sv,
+             "door\x80"sv,
+             "T\xDCR 90"sv,
+             "door\xC3"sv,
+             "door\xE6\xA4"sv,
+             "\xC3\x28 door"sv,
+             "door\xC0\xAF"sv,
+             "door\xED\xA0\x80"sv,
+             "door\xF4\x90\x80\x80"sv,
+             // names that CAD programs make up
+             "A$C"sv,
+             "a$c"sv,
+             "A$C1F2E"sv,
+             "a$c door"sv,
+         }) {
+        EXPECT_TRUE(isMeaninglessText(text)) << '"' << text << '"';
+    }
+}
+
+TEST(IsMeaninglessText, DoesNotHoldForRealTexts) {
+    for (const std::string_view text : {
+             "abc"sv,  "a b"sv,    "---"sv,  "12a"sv, "1-2"sv,    "2024-01"sv, "   a"sv,
+             " A$C"sv, "A$c"sv,    "a$C"sv,  "A$D"sv, "xA$C"sv,   "éa"sv,      "椅"sv,
+             "椅子"sv, "TÜR 90"sv, "90 ü"sv, "🚪"sv,   "１２３"sv,
+         }) {
+        EXPECT_FALSE(isMeaninglessText(text)) << '"' << text << '"';
+    }
+}
+
+}  // namespace
+}  // namespace quillon

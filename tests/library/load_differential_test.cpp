@@ -1,0 +1,186 @@
+// The load against the plain one that holds every file as a tree: rows, records, counts, console
+// and exception must be the same for regular and irregular documents, in every format and either
+// mode.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <string>
+
+#include "library/load_library.h"
+#include "reference/tree_load.h"
+#include "shared/utf8_path.h"
+#include "support/console_capture.h"
+#include "support/odd_documents.h"
+#include "support/temp_folder.h"
+
+namespace quillon::test {
+namespace {
+
+using nlohmann::json;
+
+std::string bitsOf(const FeatureMatrix& matrix) {
+    std::string bytes(matrix.size() * sizeof(float), '\0');
+    if (!bytes.empty()) {
+        std::memcpy(bytes.data(), matrix.data(), bytes.size());
+    }
+    return std::to_string(matrix.shape(0)) + "x" + std::to_string(matrix.shape(1)) + ":" + bytes;
+}
+
+struct Outcome {
+    std::string console;
+    std::string failure;
+    std::string records;
+    std::string counters;
+    std::string shapeBits;
+    std::string textBits;
+};
+
+Outcome outcomeOf(const std::function<void(BlockLibrary&)>& load) {
+    BlockLibrary library;
+    Outcome outcome;
+    {
+        const ConsoleCapture console;
+        try {
+            load(library);
+        } catch (const std::exception& exception) {
+            outcome.failure = exception.what();
+        }
+        outcome.console = console.text();
+    }
+    for (const BlockRecord& record : library.records) {
+        outcome.records += utf8FromPath(*record.encodingsPath) + '|' + record.blockKey + '\n';
+    }
+    const LoadCounters& counters = library.counters;
+    for (const std::uint64_t count : {counters.totalDrawings, counters.failedDrawings,
+                                      counters.totalBlocks, counters.uniqueBlocks}) {
+        outcome.counters += std::to_string(count) + ' ';
+    }
+    outcome.shapeBits = bitsOf(library.shapeMatrix);
+    outcome.textBits = bitsOf(library.textMatrix);
+    return outcome;
+}
+
+/// Both loads of one list in both modes, with and without deduplication.
+void expectSameLoads(const std::filesystem::path& list, const std::string& label) {
+    for (const bool parallelLoad : {true, false}) {
+        for (const bool dedupe : {true, false}) {
+            const Outcome ours = outcomeOf([&](BlockLibrary& library) {
+                loadBlockLibrary(list, parallelLoad, dedupe, library);
+            });
+            const Outcome plain = outcomeOf([&](BlockLibrary& library) {
+                reference::loadBlockLibrary(list, parallelLoad, dedupe, library);
+            });
+            const std::string where = label + (parallelLoad ? ", parallel" : ", one at a time") +
+                                      (dedupe ? "" : ", no dedup");
+            ASSERT_EQ(ours.console, plain.console) << where;
+            ASSERT_EQ(ours.failure, plain.failure) << where;
+            ASSERT_EQ(ours.records, plain.records) << where;
+            ASSERT_EQ(ours.counters, plain.counters) << where;
+            ASSERT_TRUE(ours.shapeBits == plain.shapeBits) << where;
+            ASSERT_TRUE(ours.textBits == plain.textBits) << where;
+        }
+    }
+}
+
+class LibraryFolder {
+  public:
+    void add(std::string_view extension, const std::string& bytes) {
+        files.push_back(utf8FromPath(
+            folder.write(std::to_string(files.size()) + std::string(extension), bytes)));
+    }
+    void addMissing(const std::string& name) { files.push_back(name); }
+    std::filesystem::path list() const { return folder.write("list.json", json{{"files", files}}); }
+
+  private:
+    TempFolder folder;
+    json files = json::array();
+};
+
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnRegularDocuments) {
+    std::mt19937 random(1);
+    for (const std::string_view extension : allExtensions) {
+        for (int repeat = 0; repeat < 12; ++repeat) {
+            LibraryFolder folder;
+            for (int file = 0; file < 5; ++file) {
+                folder.add(extension, encoded(regularDocument(random), extension));
+            }
+            expectSameLoads(folder.list(), std::string(extension));
+        }
+    }
+}
+
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnIrregularDocuments) {
+    std::mt19937 random(2);
+    for (std::size_t kind = 0; kind < irregularityCount; ++kind) {
+        for (const std::string_view extension : allExtensions) {
+            for (int repeat = 0; repeat < 3; ++repeat) {
+                json irregular = regularDocument(random);
+                const std::string name = makeIrregular(irregular, kind, random);
+                // Among good files, so that what stands before and behind it counts too.
+                LibraryFolder folder;
+                folder.add(".json", encoded(regularDocument(random), ".json"));
+                folder.add(extension, encoded(irregular, extension));
+                folder.add(".cbor", encoded(regularDocument(random), ".cbor"));
+                folder.addMissing("missing.json");
+                expectSameLoads(folder.list(), name + ", " + std::string(extension));
+            }
+        }
+    }
+}
+
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedText) {
+    std::mt19937 random(3);
+    for (std::size_t kind = 0; kind < damageCount; ++kind) {
+        for (int repeat = 0; repeat < 10; ++repeat) {
+            std::string text = encoded(regularDocument(random), ".json");
+            const std::string name = damageText(text, kind, random);
+            LibraryFolder folder;
+            folder.add(".json", text);
+            folder.add(".json", encoded(regularDocument(random), ".json"));
+            expectSameLoads(folder.list(), name);
+        }
+    }
+}
+
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
+    std::mt19937 random(4);
+    for (const std::string_view extension : allExtensions) {
+        for (int repeat = 0; repeat < 40; ++repeat) {
+            std::string bytes = encoded(regularDocument(random), extension);
+            // The structure stands in the first bytes and around the vectors' ends.
+            const std::size_t place = random() % (repeat % 2 == 0 ? 64 : bytes.size());
+            bytes[place] = static_cast<char>(random());
+            if (repeat % 5 == 0) {
+                bytes.resize(random() % bytes.size());
+            }
+            LibraryFolder folder;
+            folder.add(extension, bytes);
+            folder.add(".msgpack", encoded(regularDocument(random), ".msgpack"));
+            expectSameLoads(folder.list(), std::string(extension) + " byte " +
+                                               std::to_string(place) + " repeat " +
+                                               std::to_string(repeat));
+        }
+    }
+}
+
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnMixedLibraries) {
+    std::mt19937 random(5);
+    for (int repeat = 0; repeat < 60; ++repeat) {
+        LibraryFolder folder;
+        for (int file = 0; file < 8; ++file) {
+            const std::string_view extension = allExtensions[random() % 6];
+            json document = regularDocument(random);
+            if (random() % 4 == 0) {
+                makeIrregular(document, random() % irregularityCount, random);
+            }
+            folder.add(extension, encoded(document, extension));
+        }
+        expectSameLoads(folder.list(), "mixed library " + std::to_string(repeat));
+    }
+}
+
+}  // namespace
+}  // namespace quillon::test

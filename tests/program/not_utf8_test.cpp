@@ -1,0 +1,118 @@
+// Text that is not UTF-8. The readers of binary formats let it pass, and it can't be written as
+// JSON.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "program/program_folder.h"
+
+namespace quillon::test {
+namespace {
+
+using namespace std::string_literals;
+using nlohmann::json;
+
+/// Two bytes that are no UTF-8, but pass through the readers of CBOR and MessagePack.
+const std::string badText = "a\xff";
+const std::string badTextFailure =
+    "[json.exception.type_error.316] invalid UTF-8 byte at index 1: 0xFF";
+
+TEST(NotUtf8, HitsWithTextThatIsNotUtf8EndTheWriting) {
+    const TempFolder folder;
+    for (const std::string format : {"cbor", "msgpack"}) {
+        writeGoodRun(folder);
+        const std::string name = "drawing." + format;
+        folder.write(name, std::string_view(documentBytes(
+                               drawingDocument({{badText + "*C*1", 1.875}}), format)));
+        folder.write("list.json", listDocument({name, "good.json"}));
+        for (const LoadMode& mode : loadModes) {
+            ConsoleText console;
+            console.parallel = mode.parallel;
+            const std::string searched =
+                console.untilFiles(2) + ConsoleText::summary(2, 2, 2, 0) + "Query time: T ms\n";
+            ProgramResult result = runIn(folder, mode.arguments("shape"));
+            expectCleanEnd(result);
+            EXPECT_EQ(result.status, 1);
+            EXPECT_EQ(maskTimes(result.out), searched + report(badTextFailure));
+            // What stands before it has been written.
+            EXPECT_EQ(resultText(folder).substr(0, 22), R"({"blocks":[{"code":"G")");
+
+            // A binary result holds it as it came.
+            std::vector<std::string> arguments = mode.arguments("shape");
+            arguments.insert(arguments.end(), {"/output", "result.cbor"});
+            result = runIn(folder, arguments);
+            expectCleanEnd(result);
+            EXPECT_EQ(result.status, 0);
+            const json document = json::from_cbor(readBytes(folder.path() / "result.cbor"));
+            EXPECT_EQ(document["blocks"][1]["name"], badText);
+        }
+    }
+}
+
+TEST(NotUtf8, RejectedBlocksWithTextThatIsNotUtf8EndTheDrawing) {
+    const TempFolder folder;
+    writeGoodRun(folder);
+    json drawing = drawingDocument({{"first*F*1", 1.5}, {badText + "*C*1", 1.5}});
+    drawing["shape"][1] = nullptr;
+    folder.write("drawing.cbor", std::string_view(documentBytes(drawing, "cbor")));
+    folder.write("list.json", listDocument({"drawing.cbor", "good.json"}));
+    const std::string rejected = "Invalid shape vector for \"";
+
+    expectFailure(folder, {"/method", "shape"},
+                  ConsoleText().untilFiles(2) + rejected + report(badTextFailure));
+
+    ConsoleText console;
+    console.parallel = false;
+    const ProgramResult result = runIn(folder, {"/method", "shape", "/no-parallel-load"});
+    expectCleanEnd(result);
+    EXPECT_EQ(maskTimes(result.out),
+              console.untilFiles(2) + rejected +
+                  loadModes[1].failureLine("\"drawing.cbor\"", badTextFailure) +
+                  ConsoleText::summary(2, 2, 2, 0) + ConsoleText::success());
+    EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"first", "good"}));
+}
+
+// As a path such a text is what it is; only writing it as JSON ends the run.
+TEST(NotUtf8, ListEntriesWithTextThatIsNotUtf8) {
+    const TempFolder folder;
+    writeGoodRun(folder);
+    for (const std::string format : {"cbor", "msgpack"}) {
+        const std::string list = "list." + format;
+        folder.write(list, std::string_view(documentBytes(
+                               listDocument({badText + ".json", "good.json"}), format)));
+        ConsoleText console;
+        console.list = '"' + list + '"';
+        console.parallel = false;
+        expectFailure(folder, {"/method", "shape", "/no-parallel-load", "/filelist", list},
+                      console.untilFiles(2) + "Fail to load \"" + report(badTextFailure));
+
+        console.parallel = true;
+        const ProgramResult result = runIn(folder, {"/method", "shape", "/filelist", list});
+        expectCleanEnd(result);
+        EXPECT_EQ(maskTimes(result.out),
+                  console.untilFiles(2) + "Warning: fail to open input file: " + badText +
+                      ".json\n" + ConsoleText::summary(2, 1, 1, 0) + ConsoleText::success());
+        folder.write("result.json", std::string_view("earlier"));
+    }
+}
+
+TEST(NotUtf8, QueryTextsThatAreNotUtf8AreMeaningless) {
+    const TempFolder folder;
+    writeGoodRun(folder);
+    for (const std::string& text : {"Door\xff"s, "\xe6\xa4"s + "Door"s, "Door \xc3"s,
+                                    "\xed\xa0\x80\xed\xb0\x80"s, "\xc0\xafyes"s, "\0Door"s}) {
+        json query = queryDocument();
+        query["queryText"][0] = text;
+        folder.write("query.cbor", std::string_view(documentBytes(query, "cbor")));
+        ConsoleText console;
+        console.query = "\"query.cbor\"";
+        const ProgramResult result = runIn(folder, {"/method", "text", "/encode", "query.cbor"});
+        expectCleanEnd(result);
+        EXPECT_EQ(maskTimes(result.out), console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) +
+                                             ConsoleText::success());
+    }
+}
+
+}  // namespace
+}  // namespace quillon::test

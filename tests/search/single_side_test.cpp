@@ -1,0 +1,233 @@
+// ByShape and ByText against a plain double loop. Values are small integers, so that distances are
+// exact and many are equal.
+#include "search/single_side.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "support/failure_texts.h"
+
+namespace quillon {
+namespace {
+
+using test::thrownText;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using Hit = std::pair<std::int64_t, float>;
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+const float nan = std::nanf("");
+
+FeatureMatrix matrixOf(const std::vector<std::vector<float>>& rows, std::size_t width) {
+    FeatureMatrix matrix = FeatureMatrix::from_shape({rows.size(), width});
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        for (std::size_t c = 0; c < width; ++c) {
+            matrix(r, c) = rows[r][c];
+        }
+    }
+    return matrix;
+}
+
+using Search = void (*)(std::uint32_t, const FeatureMatrix&, const FeatureMatrix&, float,
+                        std::vector<SearchResult>&);
+
+std::vector<Hit> hitsOf(Search search, std::uint32_t k, const std::vector<float>& query,
+                        const std::vector<std::vector<float>>& rows, float minThreshold) {
+    std::vector<SearchResult> results;
+    search(k, matrixOf({query}, query.size()), matrixOf(rows, rows.front().size()), minThreshold,
+           results);
+    std::vector<Hit> hits;
+    for (const SearchResult& result : results) {
+        EXPECT_EQ(result.shapeWeight, 0.0F);
+        EXPECT_EQ(result.textWeight, 0.0F);
+        hits.emplace_back(result.index, result.distOrScore);
+    }
+    return hits;
+}
+
+/// The k nearest rows by distance and then row, those at or beyond `limit` and, if asked for, those
+/// equal to the query left out.
+std::vector<Hit> reference(std::size_t k, const std::vector<float>& query,
+                           const std::vector<std::vector<float>>& rows, float limit,
+                           bool dropTwins) {
+    std::vector<std::pair<float, std::size_t>> nearest;
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        float distance = 0.0F;
+        for (std::size_t c = 0; c < query.size(); ++c) {
+            const float difference = query[c] - rows[r][c];
+            distance += difference * difference;
+        }
+        nearest.emplace_back(distance, r);
+    }
+    std::sort(nearest.begin(), nearest.end());
+    nearest.resize(std::min(k, nearest.size()));
+    std::vector<Hit> hits;
+    for (const auto& [distance, row] : nearest) {
+        if (distance < limit && !(dropTwins && rows[row] == query)) {
+            hits.emplace_back(static_cast<std::int64_t>(row), distance);
+        }
+    }
+    return hits;
+}
+
+TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
+    std::mt19937 random(1);
+    for (const std::size_t width : {1, 3, 8, 384, 512}) {
+        for (const std::size_t rowCount : {1, 2, 7, 50, 300}) {
+            // Few different rows: every distance occurs many times, the query's own included.
+            std::vector<std::vector<float>> rows(rowCount, std::vector<float>(width));
+            for (auto& row : rows) {
+                row.front() = static_cast<float>(random() % 5);
+                row.back() = static_cast<float>(random() % 3);
+            }
+            const std::vector<float> query = rows[random() % rowCount];
+            for (const std::size_t k : {std::size_t{1}, std::size_t{2}, std::size_t{20},
+                                        std::size_t{99}, std::size_t{100}, rowCount}) {
+                for (const float limit : {1.0F, 5.0F, 1000.0F}) {
+                    SCOPED_TRACE(testing::Message() << "width " << width << ", rows " << rowCount
+                                                    << ", k " << k << ", limit " << limit);
+                    const auto count = static_cast<std::uint32_t>(k);
+                    EXPECT_EQ(hitsOf(searchByShape, count, query, rows, 1.0F - limit),
+                              reference(k, query, rows, limit, true));
+                    EXPECT_EQ(hitsOf(searchByText, count, query, rows, 1.0F - limit),
+                              reference(k, query, rows, limit, false));
+                }
+            }
+        }
+    }
+}
+
+TEST(SearchByShape, LeavesOutEveryTwinAndDoesNotRefillItsPlace) {
+    const std::vector<std::vector<float>> rows{{1, 0}, {0, 0}, {2, 0}, {-0.0F, 0}};
+    EXPECT_THAT(hitsOf(searchByShape, 3, {0, 0}, rows, -9.0F), ElementsAre(Pair(0, 1.0F)));
+    EXPECT_THAT(hitsOf(searchByShape, 2, {0, 0}, rows, -9.0F), IsEmpty());
+    EXPECT_THAT(hitsOf(searchByShape, 4, {0, 0}, rows, -9.0F),
+                ElementsAre(Pair(0, 1.0F), Pair(2, 4.0F)));
+}
+
+TEST(SearchByText, ReportsTwins) {
+    EXPECT_THAT(hitsOf(searchByText, 3, {0, 0}, {{1, 0}, {0, 0}, {2, 0}, {-0.0F, 0}}, -9.0F),
+                ElementsAre(Pair(1, 0.0F), Pair(3, 0.0F), Pair(0, 1.0F)));
+}
+
+TEST(SearchByShape, KeepsARowAtDistanceZeroThatIsNoTwin) {
+    // The square of the difference underflows.
+    EXPECT_THAT(hitsOf(searchByShape, 1, {0, 0}, {{1e-30F, 0}}, 0.5F), ElementsAre(Pair(0, 0.0F)));
+}
+
+class BothSides : public testing::TestWithParam<Search> {};
+
+TEST_P(BothSides, AdmitDistancesBelowTheLimitOnly) {
+    const std::vector<std::vector<float>> rows{{0.5F, 0}, {0.5F, 0.25F}};  // 0.25 and 0.3125
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, rows, 0.75F), IsEmpty());
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, rows, std::nextafter(0.75F, 0.0F)),
+                ElementsAre(Pair(0, 0.25F)));
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, rows, 0.6875F), ElementsAre(Pair(0, 0.25F)));
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, rows, 0.5F),
+                ElementsAre(Pair(0, 0.25F), Pair(1, 0.3125F)));
+}
+
+TEST_P(BothSides, RoundTheLimitTo32Bits) {
+    // 1 + 1e-9 is 1 in 32 bits, so that a distance of 1 is not below it.
+    EXPECT_THAT(hitsOf(GetParam(), 1, {0, 0}, {{1, 0}}, -1e-9F), IsEmpty());
+    EXPECT_THAT(hitsOf(GetParam(), 1, {0, 0}, {{1, 0}}, -1e-6F), ElementsAre(Pair(0, 1.0F)));
+}
+
+TEST_P(BothSides, FindNothingWhenNoDistanceCanPass) {
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, 1.0F), IsEmpty());
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, 2.0F), IsEmpty());
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, infinity), IsEmpty());
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, nan), IsEmpty());
+}
+
+TEST_P(BothSides, NeverReportUnfilledPositions) {
+    for (const float minThreshold : {-9.0F, -infinity}) {
+        for (const std::uint32_t k : {2U, 3U, 50U, 200U}) {
+            EXPECT_THAT(hitsOf(GetParam(), k, {0, 0}, {{2, 0}, {0, 1}}, minThreshold),
+                        ElementsAre(Pair(1, 1.0F), Pair(0, 4.0F)));
+        }
+    }
+}
+
+TEST_P(BothSides, DropRowsWithoutAFiniteDistance) {
+    for (const float minThreshold : {-9.0F, -infinity}) {
+        EXPECT_THAT(hitsOf(GetParam(), 4, {0, 0}, {{nan, 0}, {1, 0}, {infinity, 0}, {0, nan}},
+                           minThreshold),
+                    ElementsAre(Pair(1, 1.0F)));
+        EXPECT_THAT(hitsOf(GetParam(), 2, {nan, 0}, {{nan, 0}, {1, 0}}, minThreshold), IsEmpty());
+    }
+}
+
+TEST_P(BothSides, SearchByTheFirstColumnsOfAWiderQuery) {
+    // Widths differ, so no row is the query's twin either.
+    EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0, 7}, {{1, 0}, {0, 0}}, -9.0F),
+                ElementsAre(Pair(1, 0.0F), Pair(0, 1.0F)));
+}
+
+TEST_P(BothSides, RefuseToSearchForNothing) {
+    std::vector<SearchResult> hits;
+    const FeatureMatrix query = matrixOf({{0, 0}}, 2);
+    for (const std::vector<std::vector<float>>& rows :
+         {std::vector<std::vector<float>>{{1, 0}}, std::vector<std::vector<float>>{}}) {
+        try {
+            GetParam()(0, query, matrixOf(rows, 2), 0.3F, hits);
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const std::exception& exception) {
+            EXPECT_THAT(exception.what(), testing::HasSubstr("'k > 0' failed"));
+        }
+    }
+    EXPECT_THAT(hits, IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(, BothSides, testing::Values(&searchByShape, &searchByText),
+                         [](const testing::TestParamInfo<Search>& side) {
+                             return side.param == &searchByShape ? "ByShape" : "ByText";
+                         });
+
+TEST(CheckQueryWidth, RefusesAQueryNarrowerThanTheLibrary) {
+    const FeatureMatrix shapes = FeatureMatrix::from_shape({3, 512});
+    const FeatureMatrix texts = FeatureMatrix::from_shape({3, 384});
+    std::vector<SearchResult> hits;
+    const auto query = [](std::size_t width) { return FeatureMatrix::from_shape({1, width}); };
+    // Even where a search would fail on its own: k is 0.
+    EXPECT_EQ(thrownText<std::invalid_argument>(
+                  [&] { searchByShape(0, query(511), shapes, 0.2F, hits); }),
+              "the query's shape vector has 511 elements, the library's rows have 512");
+    EXPECT_EQ(
+        thrownText<std::invalid_argument>([&] { searchByText(3, query(0), texts, 0.2F, hits); }),
+        "the query's text vector has 0 elements, the library's rows have 384");
+    EXPECT_THAT(hits, IsEmpty());
+    EXPECT_NO_THROW(checkQueryWidth(query(384), texts, "text"));
+    EXPECT_NO_THROW(checkQueryWidth(query(385), texts, "text"));
+}
+
+TEST(EqualsQuery, ComparesElementsAsFloats) {
+    const FeatureMatrix matrix = matrixOf({{1, 2, 3}, {0, -0.0F, nan}, {0, 0, 4}}, 3);
+    const struct {
+        std::size_t row;
+        std::vector<float> query;
+        bool equal;
+    } cases[] = {
+        {0, {1, 2, 3}, true},     {1, {1, 2, 3}, false},
+        {2, {-0.0F, 0, 4}, true}, {0, {0, 2, 3}, false},
+        {0, {1, 2, 4}, false},    {1, {0, 0, nan}, false},
+        {0, {1, 2}, false},       {0, {1, 2, 3, 0}, false},
+        {0, {}, false},           {0, {1, 2.0000002F, 3}, false},
+    };
+    for (const auto& [row, query, equal] : cases) {
+        EXPECT_EQ(equalsQuery(matrix, row, matrixOf({query}, query.size())), equal)
+            << row << " " << testing::PrintToString(query);
+    }
+}
+
+}  // namespace
+}  // namespace quillon

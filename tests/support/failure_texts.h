@@ -1,0 +1,63 @@
+// The whole texts of expected exceptions: of what was thrown, and of what the JSON library throws.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <string>
+#include <typeinfo>
+
+namespace quillon::test {
+
+/// what() of the exception that `action` throws. A test failure unless its type is exactly
+/// `Exception`: a base class would hide that another failure came first.
+template <class Exception, class Action>
+std::string thrownText(Action&& action) {
+    try {
+        action();
+    } catch (const std::exception& exception) {
+        EXPECT_TRUE(typeid(exception) == typeid(Exception))
+            << "type " << typeid(exception).name() << ", text " << exception.what();
+        return exception.what();
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return {};
+}
+
+/// A load that accepted no block.
+inline const std::string noEncodings = "No encodings are loaded from files.";
+
+/// Access by key to a value of another type; `type` is its name. type_error 305.
+inline std::string noObject(const std::string& type) {
+    return "[json.exception.type_error.305] cannot use operator[] with a string argument with " +
+           type;
+}
+
+/// Access by position. type_error 305.
+inline std::string noArray(const std::string& type) {
+    return "[json.exception.type_error.305] cannot use operator[] with a numeric argument with " +
+           type;
+}
+
+/// Conversion to a string. type_error 302.
+inline std::string noString(const std::string& type) {
+    return "[json.exception.type_error.302] type must be string, but is " + type;
+}
+
+/// Conversion to a number. type_error 302.
+inline std::string noNumber(const std::string& type) {
+    return "[json.exception.type_error.302] type must be number, but is " + type;
+}
+
+/// out_of_range 403.
+inline std::string noKey(const std::string& key) {
+    return "[json.exception.out_of_range.403] key '" + key + "' not found";
+}
+
+/// The text of the JSON library's parse_error `id`; `problem` names the format and what is wrong.
+inline std::string parseErrorText(int id, const std::string& position, const std::string& problem) {
+    return "[json.exception.parse_error." + std::to_string(id) + "] parse error at " + position +
+           ": syntax error while parsing " + problem;
+}
+
+}  // namespace quillon::test
