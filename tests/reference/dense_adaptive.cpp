@@ -30,9 +30,15 @@ void fillRankSimilarityRow(Floats& similarity, const Labels& labels, std::int32_
 
 void voteRow(Floats& refined, const Floats& fused, const Labels& neighbours, std::int32_t row,
              std::int32_t k) {
-    const auto entries = xt::view(neighbours, row, xt::all());
-    const std::vector<std::int64_t> list(entries.begin(), entries.end());
-    const xt::xtensor<float, 1> sums = xt::sum(xt::view(fused, xt::all(), xt::keep(list)), {1});
+    std::vector<std::int64_t> list;
+    for (std::size_t n = 0; n < neighbours.shape(1); ++n) {
+        list.push_back(neighbours(row, n));
+    }
+    // The array library does pointer arithmetic on the null pointer of an empty selection.
+    xt::xtensor<float, 1> sums = xt::zeros<float>({fused.shape(0)});
+    if (!list.empty()) {
+        sums = xt::sum(xt::view(fused, xt::all(), xt::keep(list)), {1});
+    }
     for (std::size_t j = 0; j < fused.shape(0); ++j) {
         refined(row, j) = (fused(row, j) + sums(j)) / static_cast<float>(k + 1);
     }
@@ -85,6 +91,10 @@ std::vector<Floats> curveAreaWeights(const std::vector<Floats>& curves) {
     const std::size_t count = curves[0].shape(1);
     std::vector<xt::xtensor<float, 1>> areas;
     for (const Floats& curve : curves) {
+        areas.emplace_back(xt::zeros<float>({rows}));
+        if (count == 0) {
+            continue;  // the array library can't reduce rows without columns
+        }
         const xt::xtensor<float, 1> minimum = xt::amin(curve, {1});
         const std::vector<std::size_t> repeats(rows, count);
         xt::xtensor<float, 1> repeated = xt::repeat(minimum, repeats, 0);
@@ -92,7 +102,6 @@ std::vector<Floats> curveAreaWeights(const std::vector<Floats>& curves) {
         const Floats squares = xt::square(curve - minima);
         // The library's own trapezoid rule fails on fewer than two columns and on arrays of fixed
         // rank, so here it is spelled out.
-        areas.emplace_back(xt::zeros<float>({rows}));
         for (std::size_t row = 0; row < rows; ++row) {
             double area = 0.0;
             for (std::size_t j = 1; j < count; ++j) {
