@@ -6,10 +6,6 @@ cd "$(dirname "$0")/.."
 [ $# -gt 0 ] || set -- dev
 for preset in "$@"; do
     echo "== $preset"
-    if [ -n "${CI:-}" ]; then
-        scripts/build.sh "$preset" -DQUILLON_WERROR=ON
-    else
-        scripts/build.sh "$preset"
-    fi
-    ctest --test-dir "build/$preset" --output-on-failure --no-tests=error --progress -j "$(nproc)"
+    scripts/build.sh "$preset"
+    ctest --preset "$preset" -j "$(nproc)"
 done

@@ -37,6 +37,10 @@ struct LimitWalk {
 
 }  // namespace
 
+void WatchedByte::fail() {
+    throw ReaderStackExceeded();
+}
+
 void checkBinaryLimits(std::string_view bytes, json::input_format_t format,
                        const std::filesystem::path& path) {
     LimitWalk walk{BinaryLimits(bytes.size())};

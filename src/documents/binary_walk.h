@@ -27,14 +27,14 @@ class WatchedByte {
     using pointer = const char*;
     using reference = const char&;
 
-    /// Measures from the frame that calls it.
-    explicit WatchedByte(const char* start) : byte(start), base(stackPosition()) {}
+    /// Measures from the frame that calls it. Stacks grow down wherever this tool runs.
+    explicit WatchedByte(const char* start)
+        : byte(start), lowestStack(stackPosition() - maxReaderStackBytes) {}
 
     reference operator*() const { return *byte; }
     WatchedByte& operator++() {
-        const std::uintptr_t now = stackPosition();
-        if ((now > base ? now - base : base - now) > maxReaderStackBytes) {
-            throw ReaderStackExceeded();
+        if (stackPosition() < lowestStack) {
+            fail();
         }
         ++byte;
         return *this;
@@ -42,13 +42,16 @@ class WatchedByte {
     bool operator==(const WatchedByte& other) const { return byte == other.byte; }
 
   private:
+    // Apart, so that the rest is small enough to be inlined.
+    [[noreturn]] static void fail();
+
     static std::uintptr_t stackPosition() {
         const volatile char marker = 0;
         return reinterpret_cast<std::uintptr_t>(&marker);
     }
 
     const char* byte;
-    std::uintptr_t base;
+    std::uintptr_t lowestStack;
 };
 
 /// Sends a whole document's events to `events`, which has the member functions of the library's

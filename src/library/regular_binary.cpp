@@ -35,7 +35,9 @@ class RegularEvents {
     bool number_unsigned(json::number_unsigned_t value) {
         return number(static_cast<float>(value));
     }
-    bool number_float(json::number_float_t value, const std::string& /*text*/) {
+    // The library passes an empty literal, which as a std::string would take longer than the
+    // number.
+    bool number_float(json::number_float_t value, std::string_view /*text*/) {
         return number(static_cast<float>(value));
     }
     bool null() { return irrelevantValue(); }
@@ -83,7 +85,7 @@ class RegularEvents {
 
     bool end_array() {
         if (limits.currentDepth() == 3 && member != Member::other) {
-            if (next != vectorEnd) {
+            if (next != vectorEnd || !limits.value(rowsOfMember()->rowWidth())) {
                 return false;
             }
             next = vectorEnd = nullptr;
@@ -114,8 +116,8 @@ class RegularEvents {
 
     bool number(float value) {
         if (next != vectorEnd) {
-            *next++ = value;
-            return limits.value();
+            *next++ = value;  // counted when the vector ends
+            return true;
         }
         return irrelevantValue();
     }

@@ -1,0 +1,164 @@
+#include "generate_library.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "made_up_blocks.h"
+#include "measure.h"
+#include "shared/document_keys.h"
+#include "shared/feature_matrix.h"
+#include "shared/utf8_path.h"
+
+namespace quillon::bench {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+/// The blocks of one encodings file.
+struct Drawing {
+    std::vector<std::string> keys;
+    std::vector<float> shapes;  // blocks × 512
+    std::vector<float> texts;   // blocks × 384
+};
+
+Drawing makeDrawing(const LibrarySpec& spec, std::size_t file) {
+    const std::size_t first = spec.blocks * file / spec.files;
+    const std::size_t end = spec.blocks * (file + 1) / spec.files;
+    Drawing drawing;
+    drawing.shapes.resize((end - first) * shapeWidth);
+    drawing.texts.resize((end - first) * textWidth);
+    for (std::size_t block = first; block < end; ++block) {
+        const std::uint64_t contents = contentsOfBlock(block);
+        drawing.keys.push_back(blockKey(block, contents, block + 1 == end));
+        fillShape(contents, spec.blocks, drawing.shapes.data() + (block - first) * shapeWidth);
+        fillText(contents, spec.blocks, drawing.texts.data() + (block - first) * textWidth);
+    }
+    return drawing;
+}
+
+void appendNumber(float value, std::string& text) {
+    std::array<char, 32> digits{};
+    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                            std::chars_format::general, 6);
+    if (error != std::errc()) {
+        throw std::logic_error("a number does not fit its buffer");
+    }
+    const std::string_view written(digits.data(), static_cast<std::size_t>(end - digits.data()));
+    text += written;
+    // Encoders of floats do not write whole numbers as integers.
+    if (written.find_first_of(".e") == std::string_view::npos) {
+        text += ".0";
+    }
+}
+
+/// `"name":[[...],[...]]`. By hand, since the JSON library would write all 17 digits.
+void appendVectors(const char* name, const std::vector<float>& values, std::size_t width,
+                   std::string& text) {
+    text += std::string("\"") + name + "\":[";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        text += i == 0 ? "[" : i % width == 0 ? "],[" : ",";
+        appendNumber(values[i], text);
+    }
+    text += values.empty() ? "]" : "]]";
+}
+
+std::string jsonText(const Drawing& drawing) {
+    std::string text = std::string("{\"") + blocksKey + "\":" + json(drawing.keys).dump() + ",\n";
+    appendVectors(shapeKey, drawing.shapes, shapeWidth, text);
+    text += ",\n";
+    appendVectors(textKey, drawing.texts, textWidth, text);
+    return text + "}\n";
+}
+
+json vectorsTree(const std::vector<float>& values, std::size_t width) {
+    json vectors = json::array();
+    for (std::size_t first = 0; first < values.size(); first += width) {
+        const auto begin = values.begin() + static_cast<std::ptrdiff_t>(first);
+        vectors.push_back(
+            json(std::vector<float>(begin, begin + static_cast<std::ptrdiff_t>(width))));
+    }
+    return vectors;
+}
+
+std::string encoded(const Drawing& drawing, const std::string& extension) {
+    if (extension == ".json") {
+        return jsonText(drawing);
+    }
+    const json tree = {{blocksKey, drawing.keys},
+                       {shapeKey, vectorsTree(drawing.shapes, shapeWidth)},
+                       {textKey, vectorsTree(drawing.texts, textWidth)}};
+    std::string bytes;
+    if (extension == ".bson") {
+        json::to_bson(tree, bytes);
+    } else if (extension == ".cbor") {
+        json::to_cbor(tree, bytes);
+    } else if (extension == ".msgpack") {
+        json::to_msgpack(tree, bytes);
+    } else if (extension == ".ubj") {
+        json::to_ubjson(tree, bytes);
+    } else if (extension == ".jdb") {
+        json::to_bjdata(tree, bytes);
+    } else {
+        throw std::invalid_argument("no encodings format has the extension " + extension);
+    }
+    return bytes;
+}
+
+void writeFile(const fs::path& path, const std::string& bytes) {
+    fs::create_directories(path.parent_path());
+    std::ofstream stream(path, std::ios::binary);
+    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    if (!stream) {
+        throw std::runtime_error("cannot write " + utf8FromPath(path));
+    }
+}
+
+fs::path encodingsPath(const LibrarySpec& spec, const fs::path& folder, std::size_t file) {
+    std::array<char, 48> place{};
+    std::snprintf(place.data(), place.size(), "%02zx/drawing-%06zu.dwg", file % 256, file);
+    return folder / metadataMarker / place.data() / ("encodings" + spec.extension);
+}
+
+std::string queryDocument(std::size_t libraryBlocks, std::size_t usedShapeWidth) {
+    std::vector<float> shape(shapeWidth);
+    std::vector<float> text(textWidth);
+    fillShape(queryContents, libraryBlocks, shape.data());
+    fillText(queryContents, libraryBlocks, text.data());
+    shape.resize(usedShapeWidth);
+    const json document = {{shapeKey, json::array({shape})},
+                           {textKey, json::array({text})},
+                           {queryTextKey, json::array({"Door 90"})}};
+    return document.dump();
+}
+
+}  // namespace
+
+LibraryFiles libraryFiles(const fs::path& folder) {
+    return {folder / "list.json", folder / "query.json", folder / "narrow-query.json"};
+}
+
+void writeLibrary(const LibrarySpec& spec, const fs::path& folder) {
+    forEachIndex(spec.files, [&](std::size_t file) {
+        writeFile(encodingsPath(spec, folder, file),
+                  encoded(makeDrawing(spec, file), spec.extension));
+    });
+    json list = json::array();
+    for (std::size_t file = 0; file < spec.files; ++file) {
+        list.push_back(utf8FromPath(encodingsPath(spec, folder, file)));
+    }
+    const LibraryFiles files = libraryFiles(folder);
+    writeFile(files.query, queryDocument(spec.blocks, shapeWidth));
+    writeFile(files.narrowQuery, queryDocument(spec.blocks, 1));
+    writeFile(files.list, json{{filesKey, list}}.dump());
+}
+
+}  // namespace quillon::bench

@@ -1,0 +1,171 @@
+// Runs of the real program. A process that is started inherits, on some systems, the peak memory of
+// the one that starts it, as far as that goes: so this group runs before those that hold libraries.
+
+#include <algorithm>
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "documents/json_file.h"
+#include "groups.h"
+#include "machine.h"
+#include "measure.h"
+#include "output/result_document.h"
+#include "shared/utf8_path.h"
+#include "support/run_program.h"
+#include "support/temp_folder.h"
+
+namespace quillon::bench {
+namespace {
+
+constexpr double bytesPerMiB = 1024.0 * 1024.0;
+constexpr std::size_t shapeRowBytes = shapeWidth * sizeof(float);
+constexpr std::size_t rowBytes = (shapeWidth + textWidth) * sizeof(float);
+
+struct Run {
+    std::string out{};
+    double seconds = 0.0;
+    double peakBytes = 0.0;
+    std::size_t uniqueRows = 0;
+};
+
+std::size_t numberAfter(const std::string& text, const std::string& label) {
+    const std::size_t at = text.find(label);
+    require(at != std::string::npos, "no \"" + label + "\" in: " + text);
+    return std::stoul(text.substr(at + label.size()));
+}
+
+Run runQuery(const std::filesystem::path& list, const std::filesystem::path& query,
+             const char* method, int expectedStatus) {
+    const test::TempFolder folder;
+    const auto start = std::chrono::steady_clock::now();
+    const test::ProgramResult result = test::runProgram(
+        {"/filelist", utf8FromPath(list), "/encode", utf8FromPath(query), "/output",
+         utf8FromPath(folder.path() / "result.json"), "/method", method},
+        folder.path());
+    const auto end = std::chrono::steady_clock::now();
+    require(result.status == expectedStatus, result.out + result.error);
+    Run run{result.out, std::chrono::duration<double>(end - start).count()};
+    run.peakBytes = static_cast<double>(result.peakMiB) * bytesPerMiB;
+    run.uniqueRows = numberAfter(result.out, "unique blocks: ");
+    return run;
+}
+
+void requireOwnPeakBelow(const Run& run) {
+    require(static_cast<double>(ownPeakMiB()) * bytesPerMiB < run.peakBytes,
+            "this process has held more than the program; measure the process group on its own");
+}
+
+std::string mebibytes(double bytes) {
+    return std::to_string(static_cast<int>(bytes / bytesPerMiB)) + " MiB";
+}
+
+void peakOfLoad(const LibrarySpec& spec, const Settings& settings, Report& report) {
+    const DiskLibrary library(spec, settings);
+    const Run run = runQuery(library.files.list, library.files.narrowQuery, "shape", 1);
+    requireOwnPeakBelow(run);
+    const auto matrixBytes = static_cast<double>(run.uniqueRows * rowBytes);
+    Row row{"peakOfLoad/" + spec.extension.substr(1) + "/" + sizeName(spec),
+            "peak memory of a load / the two matrices", "x"};
+    row.value = run.peakBytes / matrixBytes;
+    if (settings.full) {
+        row.goal = Goal{1.35, 1.15};
+    }
+    row.oursSeconds = run.seconds;
+    row.note = mebibytes(run.peakBytes) + " for " + mebibytes(matrixBytes) + " of matrices";
+    report.add(std::move(row));
+}
+
+void peakOfAdaptive(const LibrarySpec& spec, const Settings& settings, Report& report) {
+    const DiskLibrary library(spec, settings);
+    const Run run = runQuery(library.files.list, library.files.query, "adaptive", 0);
+    requireOwnPeakBelow(run);
+    const auto expected = static_cast<double>(run.uniqueRows * (rowBytes + shapeRowBytes));
+    Row row{"peakOfAdaptive/" + sizeName(spec),
+            "peak memory beyond the two matrices and one index of the shape side", "MB"};
+    row.value = (run.peakBytes - expected) / 1e6;
+    if (settings.full) {
+        row.goal = Goal{300.0, 150.0};
+    }
+    row.oursSeconds = run.seconds;
+    row.note = mebibytes(run.peakBytes) + ", " + std::to_string(run.uniqueRows) + " unique blocks";
+    report.add(std::move(row));
+}
+
+void largestLibrary(const LibrarySpec& spec, const Settings& settings, Report& report) {
+    const DiskLibrary library(spec, settings);
+    const Run run = runQuery(library.files.list, library.files.query, "shape", 0);
+    requireOwnPeakBelow(run);
+    Row row{"wholeRun/" + spec.extension.substr(1) + "/" + sizeName(spec),
+            "peak memory of a whole run with /method shape", "GiB"};
+    row.value = run.peakBytes / bytesPerMiB / 1024.0;
+    if (settings.full) {
+        row.goal = Goal{12.0, 8.0};
+    }
+    row.oursSeconds = run.seconds;
+    row.note = std::to_string(numberAfter(run.out, "Create index time: ")) +
+               " ms of it the load, " + std::to_string(library.encodingsBytes / 1000000) +
+               " MB of files";
+    report.add(std::move(row));
+}
+
+void smallestRun(const Settings& settings, Report& report) {
+    const LibrarySpec spec{".json", 200, 20};
+    const DiskLibrary library(spec, settings);
+    const Timing time =
+        timeOf({[&] { runQuery(library.files.list, library.files.query, "adaptive", 0); }});
+    Row row{"wholeRun/json/" + sizeName(spec), "wall clock of a whole run with /method adaptive",
+            "ms"};
+    row.value = time.seconds * 1000.0;
+    row.goal = Goal{40.0, 20.0};
+    row.oursSeconds = time.seconds;
+    row.rounds = time.rounds;
+    row.note = "with the shell that starts it";
+    report.add(std::move(row));
+}
+
+void manyHits(Report& report) {
+    constexpr std::size_t hitCount = 100000;
+    constexpr std::size_t drawings = 2000;
+    std::vector<BlockRecord> records;
+    std::vector<SearchResult> hits;
+    std::shared_ptr<const std::filesystem::path> path;
+    for (std::size_t i = 0; i < hitCount; ++i) {
+        if (i % (hitCount / drawings) == 0) {
+            path = std::make_shared<const std::filesystem::path>(
+                "/plans/.blocksMetadata/7f/drawing-" + std::to_string(i) + ".dwg/encodings.json");
+        }
+        records.push_back({path, "DOOR_" + std::to_string(i) + "*09F2A6C1D3E4B587*2FA"});
+        hits.push_back(
+            {static_cast<std::int64_t>(i), 1.0F / static_cast<float>(i + 1), 0.6F, 0.4F});
+    }
+    const test::TempFolder folder;
+    const Timing time = timeOf({[&] {
+        writeJsonFile(buildResultDocument(hits, records, {}), folder.path() / "result.json", false);
+    }});
+    const nlohmann::json document = readJsonFile(folder.path() / "result.json");
+    require(document["blocks"].size() == hitCount, "hits in the result file");
+    Row row{"writeHits/json/" + std::to_string(hitCount), "building and writing the result", "s"};
+    row.value = time.seconds;
+    row.goal = Goal{1.0, 0.5};
+    row.oursSeconds = time.seconds;
+    row.rounds = time.rounds;
+    row.note = std::to_string(drawings) + " drawings";
+    report.add(std::move(row));
+}
+
+}  // namespace
+
+void benchProcess(const Settings& settings, Report& report) {
+    const std::size_t blocks = settings.full ? 100000 : 20000;
+    smallestRun(settings, report);
+    for (const char* extension : {".json", ".bson", ".cbor", ".msgpack", ".ubj", ".jdb"}) {
+        peakOfLoad({extension, blocks, blocks / 50}, settings, report);
+    }
+    const std::size_t many = blocks * (settings.full ? 10 : 5);
+    largestLibrary({".cbor", many, many / 50}, settings, report);
+    peakOfAdaptive({".cbor", blocks, blocks / 50}, settings, report);
+    manyHits(report);
+}
+
+}  // namespace quillon::bench

@@ -1,0 +1,47 @@
+// What the benchmarks have measured: rows, printed as one table and written as one JSON document.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "machine.h"
+
+namespace quillon::bench {
+
+/// Limits of a row's value; upper ones unless `atLeast`.
+struct Goal {
+    double must;
+    double aim;
+    bool atLeast = false;
+};
+
+struct Row {
+    std::string name{};     // operation/variant/size
+    std::string measure{};  // what the value is, in words
+    std::string unit{};     // "x" for a ratio
+    double value = 0.0;
+    /// Only where the size is the one that the goal is set for.
+    std::optional<Goal> goal{};
+    double oursSeconds = 0.0;
+    double otherSeconds = 0.0;  // 0 where nothing is compared
+    std::size_t rounds = 1;
+    std::string note{};
+};
+
+class Report {
+  public:
+    /// Tells the progress on the standard error stream.
+    void add(Row row);
+
+    void printTable(std::ostream& out, const Machine& machine) const;
+    void writeJson(const std::filesystem::path& path, const Machine& machine) const;
+
+  private:
+    std::vector<Row> rows;
+};
+
+}  // namespace quillon::bench

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Builds the benchmarks, makes the libraries that they load, measures and prints one table:
+#     scripts/bench.sh [--full] [--keep] [process|load|search|growth ...]
+# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg in full
+# size. Everything else on the machine should rest meanwhile.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+full=false keep=false
+for word in "$@"; do
+    case $word in
+        --full) full=true ;;
+        --keep) keep=true ;;
+    esac
+done
+
+scripts/build.sh bench
+data=$PWD/build/bench-data
+rows=$PWD/build/bench/rows.json
+rm -f "$rows"
+[ "$keep" = true ] || trap 'rm -rf "$data"' EXIT
+build/bench/bench/quillon_bench --data "$data" --json "$rows" "$@"
+
+if [ "$full" = true ] && grep -q '"growth/' "$rows"; then
+    scripts/install-packages.sh gnuplot-nox jq
+    table=build/bench/growth.tsv
+    jq -r '
+        [.rows[] | select(.name | startswith("growth/")) | (.name / "/") as $name
+            | {operation: $name[1], size: ($name[2] | tonumber), value}]
+        | group_by(.size)[]
+        | [.[0].size] + [("loadJson", "loadCbor", "byShape", "adaptive") as $operation
+            | .[] | select(.operation == $operation) | .value]
+        | @tsv' \
+        "$rows" >"$table"
+    gnuplot -e "table='$table'; output_file='docs/growth.svg'" scripts/growth.gnuplot
+    echo "docs/growth.svg drawn"
+fi
