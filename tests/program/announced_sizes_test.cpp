@@ -91,7 +91,8 @@ TEST(AnnouncedSizes, RepeatsThatCostNoBytesHaveALimit) {
     }
 }
 
-// Each of these drawings has nine bytes and is just within the limit: together they must not add up.
+// Each of these drawings has nine bytes and is just within the limit: together they must not add
+// up.
 TEST(AnnouncedSizes, ManySmallDrawingsTakeNoGigabytes) {
     const TempFolder folder;
     writeGoodRun(folder);
