@@ -28,12 +28,15 @@ class WatchedByte {
     using reference = const char&;
 
     /// Measures from the frame that calls it. Stacks grow down wherever this tool runs.
-    explicit WatchedByte(const char* start)
-        : byte(start), lowestStack(stackPosition() - maxReaderStackBytes) {}
+    explicit WatchedByte(const char* start) : byte(start) {
+        const volatile char marker = 0;
+        lowestStack = reinterpret_cast<std::uintptr_t>(&marker) - maxReaderStackBytes;
+    }
 
     reference operator*() const { return *byte; }
     WatchedByte& operator++() {
-        if (stackPosition() < lowestStack) {
+        const volatile char marker = 0;  // stands at the end of the stack
+        if (reinterpret_cast<std::uintptr_t>(&marker) < lowestStack) {
             fail();
         }
         ++byte;
@@ -45,13 +48,8 @@ class WatchedByte {
     // Apart, so that the rest is small enough to be inlined.
     [[noreturn]] static void fail();
 
-    static std::uintptr_t stackPosition() {
-        const volatile char marker = 0;
-        return reinterpret_cast<std::uintptr_t>(&marker);
-    }
-
     const char* byte;
-    std::uintptr_t lowestStack;
+    std::uintptr_t lowestStack = 0;
 };
 
 /// Sends a whole document's events to `events`, which has the member functions of the library's

@@ -339,13 +339,13 @@ TEST(LoadBlockLibrary, GivesTheSameLibraryInBothModes) {
 TEST(LoadBlockLibrary, KeepsEveryElementAsItStandsInItsRow) {
     const TempFolder folder;
     json document = encodings({{"a*A*1", 0}, {"zeros*Z*1", 0}, {"c*C*1", 0}});
-    for (int i = 0; i < 512; ++i) {
+    for (std::size_t i = 0; i < 512; ++i) {
         document["shape"][0][i] = i;
-        document["shape"][2][i] = -i;
+        document["shape"][2][i] = -static_cast<double>(i);
     }
-    for (int i = 0; i < 384; ++i) {
+    for (std::size_t i = 0; i < 384; ++i) {
         document["text"][0][i] = 1000 + i;
-        document["text"][2][i] = i * 0.25;
+        document["text"][2][i] = static_cast<double>(i) * 0.25;
     }
     const double infinity = std::numeric_limits<double>::infinity();
     document["shape"][2][1] = std::numeric_limits<double>::quiet_NaN();

@@ -159,8 +159,8 @@ TEST(DamagedFiles, ChangedBytesEndInOneReport) {
             std::string bytes = documentBytes(documents[i % 3], format);
             // Where the structure is: all but the long runs of zeros.
             const std::size_t place = random() % std::min<std::size_t>(bytes.size(), 40);
-            bytes[i % 2 == 0 ? place : bytes.size() - 1 - place] ^=
-                static_cast<char>(1U << (random() % 8));
+            char& byte = bytes[i % 2 == 0 ? place : bytes.size() - 1 - place];
+            byte = static_cast<char>(static_cast<unsigned char>(byte) ^ (1U << (random() % 8)));
             const std::string name = "changed-" + std::to_string(i) + "." + format;
             SCOPED_TRACE(name);
             folder.write(name, std::string_view(bytes));

@@ -73,7 +73,8 @@ float rankListDistance(const Labels& labels, std::int32_t a, std::int32_t b) {
         }
         sum += static_cast<float>(position < count ? std::abs(position - i) : 2 * count - i - 1);
     }
-    return sum / static_cast<float>((count * (count - 1)) / 2 + count * count);
+    const std::int32_t disjointSum = (count * (count - 1)) / 2 + count * count;
+    return sum / static_cast<float>(disjointSum);
 }
 
 Floats rankSimilarityMatrix(const Floats& matrix) {

@@ -187,7 +187,7 @@ void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLo
     const json list = readJsonFile(fileListPath);
     const json& files = member(list, "files");
     library.counters.totalDrawings = files.size();
-    if (files.size() == 0) {
+    if (files.empty()) {
         throw std::runtime_error("There are no files in " + utf8FromPath(fileListPath));
     }
     print("Loading encodings from {} files in {}\n", files.size(), fileListPath);

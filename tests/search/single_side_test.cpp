@@ -81,8 +81,8 @@ std::vector<Hit> reference(std::size_t k, const std::vector<float>& query,
 
 TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
     std::mt19937 random(1);
-    for (const std::size_t width : {1, 3, 8, 384, 512}) {
-        for (const std::size_t rowCount : {1, 2, 7, 50, 300}) {
+    for (const std::size_t width : {1U, 3U, 8U, 384U, 512U}) {
+        for (const std::size_t rowCount : {1U, 2U, 7U, 50U, 300U}) {
             // Few different rows: every distance occurs many times, the query's own included.
             std::vector<std::vector<float>> rows(rowCount, std::vector<float>(width));
             for (auto& row : rows) {

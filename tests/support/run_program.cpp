@@ -10,10 +10,9 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <stdexcept>
-
-extern char** environ;
 #endif
 
 namespace quillon::test {
