@@ -1,5 +1,6 @@
 #include "library/ordered_reading.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <map>
