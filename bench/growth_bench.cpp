@@ -50,7 +50,7 @@ void growthOfSearch(std::size_t blocks, Report& report) {
 void benchGrowth(const Settings& settings, Report& report) {
     std::vector<std::size_t> sizes{1000, 3000, 10000};
     if (settings.full) {
-        sizes.insert(sizes.end(), {30000, 100000});
+        sizes.insert(sizes.end(), {30000, 100000, 300000, 1000000});
     }
     for (const std::size_t blocks : sizes) {
         growthOfLoad("loadJson", {".json", blocks, blocks / 50}, settings, report);

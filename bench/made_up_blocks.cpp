@@ -90,18 +90,21 @@ void fillText(std::uint64_t contents, std::size_t libraryBlocks, float* row) {
     fillRow(Use::text, contents, libraryBlocks, textWidth, -1.0F, row);
 }
 
-SearchData makeSearchData(std::size_t rows) {
+SearchData makeSearchData(std::size_t rows, Spread spread) {
+    // With so many centres hardly two rows share one.
+    const std::size_t libraryBlocks = spread == Spread::unclustered ? rows * 5000 : rows;
     SearchData data;
     data.shapeMatrix = FeatureMatrix::from_shape({rows, shapeWidth});
     data.textMatrix = FeatureMatrix::from_shape({rows, textWidth});
     for (std::size_t row = 0; row < rows; ++row) {
-        fillShape(row, rows, data.shapeMatrix.data() + row * shapeWidth);
-        fillText(row, rows, data.textMatrix.data() + row * textWidth);
+        const std::size_t percent = spread == Spread::copies ? row * 7 % 100 : 100;
+        fillShape(percent < 9 ? 0 : row, libraryBlocks, data.shapeMatrix.data() + row * shapeWidth);
+        fillText(percent < 30 ? 0 : row, libraryBlocks, data.textMatrix.data() + row * textWidth);
     }
     data.queryShape = FeatureMatrix::from_shape({1, shapeWidth});
     data.queryText = FeatureMatrix::from_shape({1, textWidth});
-    fillShape(queryContents, rows, data.queryShape.data());
-    fillText(queryContents, rows, data.queryText.data());
+    fillShape(queryContents, libraryBlocks, data.queryShape.data());
+    fillText(queryContents, libraryBlocks, data.queryText.data());
     return data;
 }
 

@@ -26,6 +26,13 @@ void fillText(std::uint64_t contents, std::size_t libraryBlocks, float* row);
 /// Contents of a query: near a centre of the library, equal to none of its blocks.
 inline constexpr std::uint64_t queryContents = std::uint64_t{1} << 40U;
 
+/// How the vectors of a library lie.
+enum class Spread {
+    clustered,    // around centres, see above
+    unclustered,  // each for itself
+    copies,       // clustered, but 30 % of the rows have one text vector, 9 % one shape vector too
+};
+
 /// A library as the search methods take it, without duplicates, and a query.
 struct SearchData {
     FeatureMatrix shapeMatrix;  // rows × 512
@@ -34,6 +41,6 @@ struct SearchData {
     FeatureMatrix queryText;    // 1 × 384
 };
 
-SearchData makeSearchData(std::size_t rows);
+SearchData makeSearchData(std::size_t rows, Spread spread = Spread::clustered);
 
 }  // namespace quillon::bench

@@ -1,18 +1,16 @@
 #include <faiss/IndexFlat.h>
 
 #include <algorithm>
-#include <functional>
-#include <iostream>
 #include <limits>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include "dense_search.h"
 #include "groups.h"
-#include "machine.h"
 #include "made_up_blocks.h"
 #include "measure.h"
 #include "reference/dense_adaptive.h"
 #include "search/adaptive.h"
-#include "search/neighbour_lists.h"
 #include "search/single_side.h"
 
 namespace quillon::bench {
@@ -26,6 +24,13 @@ std::vector<SearchResult> adaptive(const SearchData& data, std::size_t k) {
     std::vector<SearchResult> hits;
     searchAdaptive(static_cast<std::uint32_t>(k), data.queryShape, data.queryText, data.shapeMatrix,
                    data.textMatrix, 0.3F, hits);
+    return hits;
+}
+
+std::vector<SearchResult> adaptiveByAllLists(const SearchData& data, std::size_t k) {
+    std::vector<SearchResult> hits;
+    searchAdaptiveBy(ListedRows::all, static_cast<std::uint32_t>(k), data.queryShape,
+                     data.queryText, data.shapeMatrix, data.textMatrix, 0.3F, hits);
     return hits;
 }
 
@@ -45,17 +50,6 @@ struct SelfJoin {
         index.add(static_cast<Label>(rows), stacked.data());
         index.search(static_cast<Label>(rows), stacked.data(), selfJoinNeighbours, distances.data(),
                      labels.data());
-    }
-
-    bool agreesWith(const NeighbourLists& lists) const {
-        for (std::size_t row = 0; row < rows; ++row) {
-            for (std::size_t n = 0; n < lists.count; ++n) {
-                if (lists.list(row)[n] != labels[row * selfJoinNeighbours + n + 1]) {
-                    return false;
-                }
-            }
-        }
-        return lists.rows == rows;
     }
 
     std::size_t rows;
@@ -88,61 +82,50 @@ std::optional<Goal> goalIf(bool isFull, const Goal& goal) {
     return isFull ? std::optional(goal) : std::nullopt;
 }
 
-void adaptiveAgainstSelfJoin(const SearchData& data, bool isFull, Report& report) {
+/// The dense form takes minutes for more rows.
+void requireHitsOfDenseForm(std::size_t rows, Spread spread) {
+    const SearchData data = makeSearchData(rows, spread);
+    require(sameHits(adaptive(data, 5),
+                     reference::searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix,
+                                               data.textMatrix, 0.3F)),
+            "hits of Adaptive");
+}
+
+struct AdaptiveCase {
+    const char* name;
+    Spread spread;
+    std::size_t rows;
+    std::size_t k;  // 0: as many as there are rows
+    Goal goal;
+};
+
+void adaptiveAgainstSelfJoin(const AdaptiveCase& c, bool isFull, Report& report) {
+    const SearchData data = makeSearchData(c.rows, c.spread);
+    const std::size_t k = c.k == 0 ? c.rows : c.k;
+    if (c.rows <= 20000) {
+        require(sameHits(adaptive(data, k), adaptiveByAllLists(data, k)), "hits of Adaptive");
+    }
     SelfJoin shapes(data.queryShape, data.shapeMatrix);
     SelfJoin texts(data.queryText, data.textMatrix);
-    shapes.run();
-    texts.run();
-    require(shapes.agreesWith(buildNeighbourLists(data.queryShape, data.shapeMatrix)) &&
-                texts.agreesWith(buildNeighbourLists(data.queryText, data.textMatrix)),
-            "neighbour lists of Adaptive");
-    const Comparison times = compare({[&] { adaptive(data, 5); }}, {[&] {
+    const Comparison times = compare({[&] { adaptive(data, k); }}, {[&] {
                                          shapes.run();
                                          texts.run();
                                      }},
-                                     40.0);
-    report.add(comparisonRow("adaptive/selfJoin/" + std::to_string(data.shapeMatrix.shape(0)),
+                                     30.0);
+    report.add(comparisonRow(std::string("adaptive/") + c.name + "/" + std::to_string(c.rows),
                              "search / the index's self-join of 101 neighbours, both sides", times,
-                             goalIf(isFull, {1.20, 1.08})));
+                             goalIf(isFull, c.goal)));
 }
 
-void adaptiveAgainstDense(const SearchData& data, const std::string& variant, const char* measure,
-                          const std::function<std::vector<SearchResult>()>& dense,
-                          const std::optional<Goal>& goal, Report& report) {
-    const std::size_t rows = data.shapeMatrix.shape(0);
-    const std::string name = "adaptive/" + variant + "/" + std::to_string(rows);
-    const std::size_t neededMiB = rows * rows / (1U << 20U) * sizeof(float) * 6;
-    if (availableMiB() != 0 && availableMiB() < neededMiB) {
-        std::cerr << name << " left out: takes " << neededMiB << " MiB of memory" << std::endl;
-        return;
-    }
-    std::vector<SearchResult> denseHits;
-    Comparison times = compare({[&] { adaptive(data, 5); }}, {[&] { denseHits = dense(); }}, 20.0);
-    require(!denseHits.empty() && sameHits(adaptive(data, 5), denseHits), "hits of Adaptive");
-    times.ratio = 1.0 / times.ratio;
-    report.add(comparisonRow(name, measure, times, goal));
-}
-
-void adaptiveAgainstBothDense(const SearchData& data, bool isFull, Report& report) {
-    adaptiveAgainstDense(
-        data, "dense", "search by dense arrays / search", [&] { return searchDenseInFull(data); },
-        goalIf(isFull, {8.0, 8.0, true}), report);
-    adaptiveAgainstDense(
-        data, "denseOneRow", "search by dense arrays, but refining one row only / search",
-        [&] {
-            return reference::searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix,
-                                             data.textMatrix, 0.3F);
-        },
-        std::nullopt, report);
-}
-
-void adaptiveWithAllRows(const SearchData& data, bool isFull, Report& report) {
-    const std::size_t rows = data.shapeMatrix.shape(0);
-    require(!adaptive(data, 5).empty(), "hits of Adaptive");
+/// Ten times the rows.
+void growthOfAdaptive(std::size_t rows, bool isFull, Report& report) {
+    const SearchData small = makeSearchData(rows);
+    const SearchData large = makeSearchData(10 * rows);
     const Comparison times =
-        compare({[&] { adaptive(data, rows); }}, {[&] { adaptive(data, 5); }}, 40.0);
-    report.add(comparisonRow("adaptive/topkAll/" + std::to_string(rows), "/topk -1 / /topk 5",
-                             times, goalIf(isFull, {3.0, 1.5})));
+        compare({[&] { adaptive(large, 5); }}, {[&] { adaptive(small, 5); }}, 30.0);
+    report.add(comparisonRow("adaptive/tenfold/" + std::to_string(10 * rows),
+                             "search of ten times the rows / search", times,
+                             goalIf(isFull, {16.0, 12.0})));
 }
 
 using Search = void (*)(std::uint32_t, const FeatureMatrix&, const FeatureMatrix&, float,
@@ -183,10 +166,23 @@ void benchSearch(const Settings& settings, Report& report) {
         oneSideAgainstIndex("byShape", searchByShape, data.queryShape, data.shapeMatrix, report);
         oneSideAgainstIndex("byText", searchByText, data.queryText, data.textMatrix, report);
     }
-    const SearchData data = makeSearchData(settings.full ? 20000 : 5000);
-    adaptiveAgainstSelfJoin(data, settings.full, report);
-    adaptiveWithAllRows(data, settings.full, report);
-    adaptiveAgainstBothDense(data, settings.full, report);
+    for (const Spread spread : {Spread::clustered, Spread::unclustered, Spread::copies}) {
+        requireHitsOfDenseForm(2000, spread);
+    }
+    const std::size_t rows = settings.full ? 20000 : 5000;
+    for (const AdaptiveCase& c :
+         {AdaptiveCase{"clustered", Spread::clustered, rows, 5, {0.12, 0.06}},
+          AdaptiveCase{"unclustered", Spread::unclustered, rows, 5, {0.18, 0.10}},
+          AdaptiveCase{"copies", Spread::copies, rows, 5, {0.20, 0.08}},
+          AdaptiveCase{"topk100", Spread::clustered, rows, 100, {0.6, 0.35}},
+          AdaptiveCase{"topkAll", Spread::clustered, rows, 0, {1.5, 1.2}}}) {
+        adaptiveAgainstSelfJoin(c, settings.full, report);
+    }
+    growthOfAdaptive(rows, settings.full, report);
+    if (settings.full) {
+        adaptiveAgainstSelfJoin({"clustered", Spread::clustered, 100000, 5, {0.03, 0.015}}, true,
+                                report);
+    }
 }
 
 }  // namespace quillon::bench

@@ -8,7 +8,7 @@ set xlabel "blocks"
 set ylabel "seconds"
 set format x "%.0f"
 set format y "%g"
-set xrange [800:125000]
+set xrange [800:1250000]
 plot table using 1:5 with linespoints lw 2 pt 7 title "Adaptive", \
      table using 1:2 with linespoints lw 2 pt 7 title "load, JSON", \
      table using 1:3 with linespoints lw 2 pt 7 title "load, CBOR", \

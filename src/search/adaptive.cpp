@@ -2,18 +2,23 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
 #include <numeric>
-#include <utility>
 #include <xtensor/xexception.hpp>
 
-#include "search/rank_similarity.h"
+#include "search/fused_similarity.h"
+#include "search/neighbours/crowds.h"
+#include "search/refined_scores.h"
 #include "search/single_side.h"
 
 namespace quillon {
 namespace {
 
-/// What the query's shape side counts at least.
-constexpr float minShapeWeight = 0.4F;
+using Rows = std::vector<Row>;
+
+/// As many values the standard libraries sort by insertion alone.
+constexpr std::size_t insertionSorted = 32;
 
 void checkSameWidth(const FeatureMatrix& query, const FeatureMatrix& matrix) {
     if (query.shape(1) != matrix.shape(1)) {
@@ -22,17 +27,84 @@ void checkSameWidth(const FeatureMatrix& query, const FeatureMatrix& matrix) {
     }
 }
 
-/// The query's best neighbours: the columns behind the largest value of row 0, which is taken to be
-/// the query itself, best first. Never the weakest column of all.
-std::vector<std::size_t> bestNeighbours(const std::vector<float>& queryRow, std::int32_t k) {
-    const std::vector<std::size_t> order = ascendingOrder(queryRow);
-    const auto rows = static_cast<std::int32_t>(order.size());
-    std::vector<std::size_t> neighbours;
-    const std::int32_t stop = std::max(rows - k - 2, 0);
-    for (std::int32_t rank = rows - 2; rank > stop; --rank) {
-        neighbours.push_back(order[static_cast<std::size_t>(rank)]);
+Rows allRows(std::size_t count) {
+    Rows rows(count);
+    std::iota(rows.begin(), rows.end(), 0);
+    return rows;
+}
+
+/// What the list of hits asks for.
+struct Wanted {
+    std::size_t k;
+    float minThreshold;
+    /// N: not the query, nor a block with its shape vector.
+    std::vector<char> mayBeHit;
+};
+
+Wanted wantedHits(std::uint32_t k, float minThreshold, const FeatureMatrix& queryShape,
+                  const FeatureMatrix& shapeMatrix) {
+    Wanted wanted{k, minThreshold, std::vector<char>(shapeMatrix.shape(0) + 1, 0)};
+    for (std::size_t row = 1; row < wanted.mayBeHit.size(); ++row) {
+        wanted.mayBeHit[row] = equalsQuery(shapeMatrix, row - 1, queryShape) ? 0 : 1;
     }
-    return neighbours;
+    return wanted;
+}
+
+/// The k-th best of the settled scores that may be hits; the lowest float where there are fewer.
+float scoreToBeat(const FusedSimilarities& fused, const RefinedScores& refined,
+                  const Wanted& wanted) {
+    std::vector<float> scores;
+    for (const Row row : allRows(fused.rows())) {
+        if (isSettled(fused, refined, row) && wanted.mayBeHit[row] != 0 &&
+            refined.scores[row] >= wanted.minThreshold) {
+            scores.push_back(refined.scores[row]);
+        }
+    }
+    if (wanted.k == 0 || scores.size() < wanted.k) {
+        return std::numeric_limits<float>::lowest();
+    }
+    const auto last = scores.begin() + static_cast<std::ptrdiff_t>(wanted.k) - 1;
+    std::nth_element(scores.begin(), last, scores.end(), std::greater<>());
+    return *last;
+}
+
+/// Settles the rows that may be hits, those with the highest bounds first, until no bound reaches
+/// what has been found. Rows with the bound 0 are left: they have the score 0, or NaN.
+void settleBest(FusedSimilarities& fused, const Wanted& wanted, RefinedScores& refined) {
+    Rows open;
+    for (const Row row : allRows(fused.rows())) {
+        if (!isSettled(fused, refined, row) && wanted.mayBeHit[row] != 0 &&
+            refined.scores[row] > 0.0F && refined.scores[row] >= wanted.minThreshold) {
+            open.push_back(row);
+        }
+    }
+    std::stable_sort(open.begin(), open.end(),
+                     [&](Row a, Row b) { return refined.scores[a] > refined.scores[b]; });
+    // A product for a few rows takes as long as one for some dozens.
+    std::size_t batchRows = std::max<std::size_t>(32, 2 * wanted.k);
+    for (auto next = open.begin(); next != open.end(); batchRows *= 2) {
+        const float toBeat = scoreToBeat(fused, refined, wanted);
+        const auto batchEnd =
+            next + std::min(static_cast<std::ptrdiff_t>(batchRows), open.end() - next);
+        const auto reached =
+            std::find_if(next, batchEnd, [&](Row row) { return refined.scores[row] < toBeat; });
+        settle(fused, Rows(next, reached), refined);
+        next = reached == batchEnd ? batchEnd : open.end();
+    }
+}
+
+/// Settles the next rows of the walk that are not yet, as many as may still become hits.
+void settleNext(FusedSimilarities& fused, const Wanted& wanted, std::size_t missing,
+                std::vector<std::size_t>::const_reverse_iterator from,
+                std::vector<std::size_t>::const_reverse_iterator end, RefinedScores& refined) {
+    Rows rows;
+    for (; from != end && rows.size() < std::max<std::size_t>(32, missing); ++from) {
+        const auto row = static_cast<Row>(*from);
+        if (wanted.mayBeHit[row] != 0 && !isSettled(fused, refined, row)) {
+            rows.push_back(row);
+        }
+    }
+    settle(fused, rows, refined);
 }
 
 }  // namespace
@@ -43,74 +115,60 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     std::vector<SearchResult>& hits) {
     checkSameWidth(queryShape, shapeMatrix);
     checkSameWidth(queryText, textMatrix);
-    NeighbourLists shapeLists = buildNeighbourLists(queryShape, shapeMatrix);
-    NeighbourLists textLists = buildNeighbourLists(queryText, textMatrix);
-    const FusedSimilarities fused =
-        fuseSimilarities(std::move(shapeLists), std::move(textLists), minShapeWeight);
-    const std::vector<float> scores = refineByNeighbours(fused, static_cast<std::int32_t>(k));
+    searchAdaptiveBy(quickerWay(k, shapeMatrix.shape(0) + 1), k, queryShape, queryText, shapeMatrix,
+                     textMatrix, minThreshold, hits);
+}
 
-    const std::vector<std::size_t> order = ascendingOrder(scores);
-    for (auto column = order.rbegin(); column != order.rend(); ++column) {
-        if (*column == 0 || equalsQuery(shapeMatrix, *column - 1, queryShape)) {
+ListedRows quickerWay(std::uint32_t k, std::size_t rows) {
+    // Measured: k neighbours with five elements each on a side ask for more and more of the
+    // library.
+    return rows < 1000 || rows / 20 < k ? ListedRows::all : ListedRows::thoseThatCount;
+}
+
+void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,
+                      const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
+                      const FeatureMatrix& textMatrix, float minThreshold,
+                      std::vector<SearchResult>& hits) {
+    FusedSimilarities fused =
+        nothingFused(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
+    Reaches reaches;
+    for (std::size_t s = 0; s < reaches.size(); ++s) {
+        if (listedRows == ListedRows::all) {
+            buildNeighbourLists(fused.sides[s].lists, allRows(fused.rows()));
+        } else {
+            reaches[s] = reachesOfNeighbourhoods(fused.sides[s].lists.side);
+        }
+    }
+    const Wanted wanted = wantedHits(k, minThreshold, queryShape, shapeMatrix);
+    RefinedScores refined = refineByNeighbours(fused, reaches, static_cast<std::int32_t>(k));
+    if (fused.rows() <= insertionSorted) {
+        settle(fused, allRows(fused.rows()), refined);
+    } else {
+        settleBest(fused, wanted, refined);
+    }
+
+    const std::vector<std::size_t> order = ascendingOrder(refined.scores);
+    for (auto column = order.crbegin(); column != order.crend(); ++column) {
+        const auto row = static_cast<Row>(*column);
+        if (wanted.mayBeHit[row] == 0) {
             continue;
         }
-        const float score = scores[*column];
+        if (!isSettled(fused, refined, row) && refined.scores[row] >= minThreshold) {
+            settleNext(fused, wanted, k - hits.size(), column, order.crend(), refined);
+        }
+        const float score = refined.scores[row];
+        if (std::isnan(score) && fused.rows() > insertionSorted) {
+            continue;  // its place is behind all numbers, wherever its bound was
+        }
         if (!(score >= minThreshold)) {
             break;
         }
-        hits.push_back({static_cast<std::int64_t>(*column) - 1, score, fused.sides[0].weights[0],
-                        fused.sides[1].weights[0]});
+        hits.push_back(
+            {std::int64_t{row} - 1, score, fused.sides[0].weights[0], fused.sides[1].weights[0]});
         if (hits.size() == k) {
             break;
         }
     }
-}
-
-std::vector<float> refineByNeighbours(const FusedSimilarities& fused, std::int32_t k) {
-    std::vector<float> scores(fused.rows());
-    for (std::size_t column = 0; column < scores.size(); ++column) {
-        scores[column] = fusedSimilarity(fused, 0, column);
-    }
-    const std::vector<float> votes = voteRow(fused, bestNeighbours(scores, k));
-    for (std::size_t column = 0; column < scores.size(); ++column) {
-        scores[column] = (scores[column] + votes[column]) / static_cast<float>(k + 1);
-    }
-    return scores;
-}
-
-std::vector<float> voteRow(const FusedSimilarities& fused,
-                           const std::vector<std::size_t>& neighbours) {
-    std::vector<float> votes(fused.rows(), 0.0F);
-    if (neighbours.empty()) {
-        return votes;
-    }
-    // Most rows share no list element with a given neighbour. Their value is 0, which changes no
-    // sum, unless a weight is NaN, which makes the row's sum NaN whatever else is in it.
-    for (std::size_t row = 0; row < votes.size(); ++row) {
-        for (const WeightedSide& side : fused.sides) {
-            votes[row] += side.weights[row] * 0.0F;
-        }
-    }
-    const std::array<ListedBy, 2> listedBy{invertLists(fused.sides[0].lists),
-                                           invertLists(fused.sides[1].lists)};
-    std::vector<std::size_t> lastVoter(votes.size(), votes.size());
-    for (const std::size_t neighbour : neighbours) {
-        for (std::size_t s = 0; s < listedBy.size(); ++s) {
-            const NeighbourLists& lists = fused.sides[s].lists;
-            for (std::size_t n = 0; n < lists.count; ++n) {
-                const std::size_t slot = slotOf(lists.list(neighbour)[n]);
-                for (std::size_t i = listedBy[s].begins[slot]; i < listedBy[s].begins[slot + 1];
-                     ++i) {
-                    const auto row = static_cast<std::size_t>(listedBy[s].rows[i]);
-                    if (lastVoter[row] != neighbour) {
-                        lastVoter[row] = neighbour;
-                        votes[row] += fusedSimilarity(fused, row, neighbour);
-                    }
-                }
-            }
-        }
-    }
-    return votes;
 }
 
 std::vector<std::size_t> ascendingOrder(const std::vector<float>& values) {
@@ -118,6 +176,11 @@ std::vector<std::size_t> ascendingOrder(const std::vector<float>& values) {
     std::iota(order.begin(), order.end(), std::size_t{0});
     const auto isNan = [&](std::size_t position) { return std::isnan(values[position]); };
     const auto isLess = [&](std::size_t a, std::size_t b) { return values[a] < values[b]; };
+    if (values.size() > insertionSorted) {
+        std::stable_sort(std::stable_partition(order.begin(), order.end(), isNan), order.end(),
+                         isLess);
+        return order;
+    }
     for (auto first = order.begin(); first != order.end();) {
         const auto nan = std::find_if(first, order.end(), isNan);
         std::stable_sort(first, nan, isLess);

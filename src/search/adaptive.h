@@ -1,12 +1,12 @@
 // Adaptive, the default method: both sides at once, each weighed per row by how clearly its near
-// neighbours stand out, and every block judged by the query's neighbours too.
+// neighbours stand out, and every block judged by the query's neighbours too. README.md beside this
+// file tells how its parts fit.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "search/fused_similarity.h"
 #include "search/search_result.h"
 #include "shared/feature_matrix.h"
 
@@ -14,27 +14,36 @@ namespace quillon {
 
 /// Appends to `hits` the blocks of refined score at least `minThreshold`, best first, among equal
 /// scores the higher row first, until it holds k; k = 0 sets no limit. Blocks whose shape vector
-/// equals the query's are passed over. A NaN score ends the list. `queryShape` 1 × 512,
-/// `shapeMatrix` R × 512, `queryText` 1 × 384, `textMatrix` R × 384, k at most R.
-/// Throws xt::concatenate_error when query and library differ in width on one side, before anything
-/// is computed. Time is that of one self-join a side; memory beyond the arguments one index copy of
-/// a side and what grows with R. Runs on the calling thread and the index's own.
+/// equals the query's are passed over. Among more than 32 rows, the query included, scores that are
+/// not a number rank below all others; among fewer the list ends at one, where a plain insertion
+/// sort leaves it. `queryShape` 1 × 512, `shapeMatrix` R × 512, `queryText` 1 × 384, `textMatrix`
+/// R × 384, k at most R. Throws xt::concatenate_error when query and library differ in width on one
+/// side, before anything is computed. The hits are the same to the bit on every processor, thread
+/// count and BLAS.
+///
+/// Time grows with k and little faster than R; memory beyond the arguments is some 200 bytes a row.
+/// For k of a twentieth of R and more, and for less than 1000 rows, time grows with the square of
+/// R. Runs on all processors.
 void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
                     const FeatureMatrix& textMatrix, float minThreshold,
                     std::vector<SearchResult>& hits);
 
-/// Row 0 of the refined similarities, N scores: (own fused similarity to the query + that of the
-/// row to each of the query's k best neighbours) / (k + 1). k at most N - 1.
-std::vector<float> refineByNeighbours(const FusedSimilarities& fused, std::int32_t k);
+/// Two ways to the same hits: the lists of all rows, or of those alone that count.
+enum class ListedRows { all, thoseThatCount };
 
-/// For every row the sum of its fused similarity to each of `neighbours`, added in their order.
-std::vector<float> voteRow(const FusedSimilarities& fused,
-                           const std::vector<std::size_t>& neighbours);
+/// The way that `searchAdaptive` takes for k and N rows, the query included.
+ListedRows quickerWay(std::uint32_t k, std::size_t rows);
 
-/// Positions of `values` from the smallest to the largest, equal ones in ascending order. What a
-/// plain insertion sort does with NaN holds at every length: nothing moves past one, so the values
-/// between two NaNs are sorted among themselves.
+/// `searchAdaptive` by a given way. The arguments have been checked.
+void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,
+                      const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
+                      const FeatureMatrix& textMatrix, float minThreshold,
+                      std::vector<SearchResult>& hits);
+
+/// Positions of `values` from the smallest to the largest, equal ones in ascending order. Of at
+/// most 32 values none moves past a NaN, as in a plain insertion sort, so that the values between
+/// two NaNs are sorted among themselves; of more the NaNs come first.
 std::vector<std::size_t> ascendingOrder(const std::vector<float>& values);
 
 }  // namespace quillon

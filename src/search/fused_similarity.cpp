@@ -6,31 +6,40 @@
 
 namespace quillon {
 
-FusedSimilarities fuseSimilarities(NeighbourLists shapeLists, NeighbourLists textLists,
-                                   float minWeight) {
-    auto [shapeWeights, textWeights] =
-        curveAreaWeights(shapeLists.curveAreas, textLists.curveAreas);
-    // Written so that NaN gets the floor too.
-    if (!(shapeWeights[0] > minWeight)) {
-        shapeWeights[0] = minWeight;
-    }
-    textWeights[0] = 1.0F - shapeWeights[0];
-    return {{WeightedSide{std::move(shapeLists), std::move(shapeWeights)},
-             WeightedSide{std::move(textLists), std::move(textWeights)}}};
+FusedSimilarities nothingFused(SideRows shapes, SideRows texts) {
+    const std::size_t rows = shapes.count;
+    return {{WeightedSide{nothingListed(std::move(shapes)), std::vector<float>(rows)},
+             WeightedSide{nothingListed(std::move(texts)), std::vector<float>(rows)}},
+            std::vector<char>(rows, 0)};
 }
 
-std::array<std::vector<float>, 2> curveAreaWeights(const std::vector<float>& shapeAreas,
-                                                   const std::vector<float>& textAreas) {
-    std::array<std::vector<float>, 2> weights{shapeAreas, textAreas};
-    for (std::size_t row = 0; row < shapeAreas.size(); ++row) {
-        const float total = shapeAreas[row] + textAreas[row];
-        weights[0][row] /= total;
-        weights[1][row] /= total;
+void fuseSimilarities(FusedSimilarities& fused, std::span<const Row> rows, float minWeight) {
+    for (WeightedSide& side : fused.sides) {
+        buildNeighbourLists(side.lists, rows);
+        measureCurveAreas(side.lists, rows);
     }
-    return weights;
+    for (const Row row : rows) {
+        auto [shapeWeight, textWeight] = curveAreaWeights(curveAreaOf(fused.sides[0].lists, row),
+                                                          curveAreaOf(fused.sides[1].lists, row));
+        if (row == 0) {
+            // Written so that NaN gets the floor too.
+            if (!(shapeWeight > minWeight)) {
+                shapeWeight = minWeight;
+            }
+            textWeight = 1.0F - shapeWeight;
+        }
+        fused.sides[0].weights[row] = shapeWeight;
+        fused.sides[1].weights[row] = textWeight;
+        fused.isWeighed[row] = 1;
+    }
 }
 
-float fusedSimilarity(const FusedSimilarities& fused, std::size_t row, std::size_t column) {
+std::array<float, 2> curveAreaWeights(float shapeArea, float textArea) {
+    const float total = shapeArea + textArea;
+    return {shapeArea / total, textArea / total};
+}
+
+float fusedSimilarity(const FusedSimilarities& fused, Row row, Row column) {
     float sum = 0.0F;
     for (const WeightedSide& side : fused.sides) {
         sum = side.weights[row] * rankSimilarity(side.lists, row, column) + sum;

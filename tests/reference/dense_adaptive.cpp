@@ -1,10 +1,12 @@
 #include "reference/dense_adaptive.h"
 
-#include <faiss/IndexFlat.h>
+#include <faiss/utils/distances.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <utility>
 #include <xtensor/xbuilder.hpp>
 #include <xtensor/xmanipulation.hpp>
 #include <xtensor/xmath.hpp>
@@ -46,21 +48,43 @@ void voteRow(Floats& refined, const Floats& fused, const Labels& neighbours, std
 
 }  // namespace
 
-DenseLists buildNeighbourLists(const Floats& matrix, std::int32_t neighbourCount) {
-    const auto rows = static_cast<faiss::Index::idx_t>(matrix.shape(0));
-    faiss::IndexFlatL2 index(static_cast<faiss::Index::idx_t>(matrix.shape(1)));
-    index.add(rows, matrix.data());
-    const auto width = static_cast<std::size_t>(neighbourCount) + 1;
-    Labels labels = xt::zeros<std::int64_t>({matrix.shape(0), width});
-    Floats distances = xt::zeros<float>({matrix.shape(0), width});
-    index.search(rows, matrix.data(), neighbourCount + 1, distances.data(), labels.data());
-    return {xt::view(labels, xt::all(), xt::range(1, xt::xnone())),
-            xt::view(distances, xt::all(), xt::range(1, xt::xnone()))};
+Floats squaredDistances(const Floats& matrix) {
+    const std::size_t rows = matrix.shape(0);
+    Floats distances = Floats::from_shape({rows, rows});
+    for (std::size_t a = 0; a < rows; ++a) {
+        for (std::size_t b = a; b < rows; ++b) {
+            distances(a, b) = faiss::fvec_L2sqr(&matrix(a, 0), &matrix(b, 0), matrix.shape(1));
+            distances(b, a) = distances(a, b);
+        }
+    }
+    return distances;
 }
 
-Floats neighbourSimilarityCurves(const Floats& matrix) {
-    const auto others = static_cast<std::int32_t>(matrix.shape(0)) - 1;
-    return 1 - buildNeighbourLists(matrix, others < 101 ? others : 100).distances;
+DenseLists buildNeighbourLists(const Floats& distances, std::int32_t neighbourCount) {
+    constexpr float largest = std::numeric_limits<float>::max();
+    const std::size_t rows = distances.shape(0);
+    const auto count = static_cast<std::size_t>(neighbourCount);
+    DenseLists lists{Labels::from_shape({rows, count}), Floats::from_shape({rows, count})};
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::vector<std::pair<float, std::int64_t>> near;
+        for (std::size_t other = 0; other < rows; ++other) {
+            if (distances(row, other) < largest) {
+                near.emplace_back(distances(row, other), static_cast<std::int64_t>(other));
+            }
+        }
+        std::sort(near.begin(), near.end());
+        near.resize(std::max(near.size(), count + 1), {largest, -1});
+        for (std::size_t n = 0; n < count; ++n) {
+            lists.distances(row, n) = near[n + 1].first;
+            lists.labels(row, n) = near[n + 1].second;
+        }
+    }
+    return lists;
+}
+
+Floats neighbourSimilarityCurves(const Floats& distances) {
+    const auto others = static_cast<std::int32_t>(distances.shape(0)) - 1;
+    return 1 - buildNeighbourLists(distances, others < 101 ? others : 100).distances;
 }
 
 float rankListDistance(const Labels& labels, std::int32_t a, std::int32_t b) {
@@ -77,10 +101,10 @@ float rankListDistance(const Labels& labels, std::int32_t a, std::int32_t b) {
     return sum / static_cast<float>(disjointSum);
 }
 
-Floats rankSimilarityMatrix(const Floats& matrix) {
-    const auto rows = static_cast<std::int32_t>(matrix.shape(0));
-    const Labels labels = buildNeighbourLists(matrix, rows - 1 < 6 ? rows - 1 : 5).labels;
-    Floats similarity = xt::ones<float>({matrix.shape(0), matrix.shape(0)});
+Floats rankSimilarityMatrix(const Floats& distances) {
+    const auto rows = static_cast<std::int32_t>(distances.shape(0));
+    const Labels labels = buildNeighbourLists(distances, rows - 1 < 6 ? rows - 1 : 5).labels;
+    Floats similarity = xt::ones<float>({distances.shape(0), distances.shape(0)});
     for (std::int32_t row = 0; row < rows; ++row) {
         fillRankSimilarityRow(similarity, labels, row);
     }
@@ -127,8 +151,9 @@ Floats fuseSimilarities(const std::vector<Floats>& sides, std::vector<Floats>& w
     std::vector<Floats> curves;
     std::vector<Floats> rankSimilarity;
     for (const Floats& side : sides) {
-        curves.push_back(neighbourSimilarityCurves(side));
-        rankSimilarity.push_back(rankSimilarityMatrix(side));
+        const Floats distances = squaredDistances(side);
+        curves.push_back(neighbourSimilarityCurves(distances));
+        rankSimilarity.push_back(rankSimilarityMatrix(distances));
     }
     weights = curveAreaWeights(curves);
     weights[0](0, 0) = weights[0](0, 0) > minWeight ? weights[0](0, 0) : minWeight;
@@ -159,10 +184,14 @@ Floats refineByNeighbours(const Floats& fused, std::int32_t k, bool allRows) {
 }
 
 std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row) {
+    const bool nanIsLeast = values.shape(1) > 32;
+    const auto isLess = [&](float a, float b) {
+        return nanIsLeast && std::isnan(a) ? !std::isnan(b) : a < b;
+    };
     std::vector<std::int64_t> order;
     for (std::size_t column = 0; column < values.shape(1); ++column) {
         std::size_t place = order.size();
-        while (place > 0 && values(row, column) < values(row, order[place - 1])) {
+        while (place > 0 && isLess(values(row, column), values(row, order[place - 1]))) {
             --place;
         }
         order.insert(order.begin() + static_cast<std::ptrdiff_t>(place),

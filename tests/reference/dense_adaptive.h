@@ -20,10 +20,16 @@ struct DenseLists {
     Floats distances;  // N × K, squared L2
 };
 
-DenseLists buildNeighbourLists(const Floats& matrix, std::int32_t neighbourCount);
-Floats neighbourSimilarityCurves(const Floats& matrix);
+/// N × N: the direct sum of squared differences of every pair of rows.
+Floats squaredDistances(const Floats& matrix);
+
+/// Each row's distances sorted by (distance, column), the first left out, then as many as asked
+/// for. What is not below the largest float is left out too; -1 and the largest float fill up.
+DenseLists buildNeighbourLists(const Floats& distances, std::int32_t neighbourCount);
+
+Floats neighbourSimilarityCurves(const Floats& distances);
 float rankListDistance(const Labels& labels, std::int32_t a, std::int32_t b);
-Floats rankSimilarityMatrix(const Floats& matrix);
+Floats rankSimilarityMatrix(const Floats& distances);
 std::vector<Floats> curveAreaWeights(const std::vector<Floats>& curves);
 Floats fuseSimilarities(const std::vector<Floats>& sides, std::vector<Floats>& weights,
                         float minWeight);
@@ -31,7 +37,8 @@ Floats fuseSimilarities(const std::vector<Floats>& sides, std::vector<Floats>& w
 /// All rows of the refined array, or only row 0 with the others left 0.
 Floats refineByNeighbours(const Floats& fused, std::int32_t k, bool allRows);
 
-/// Column numbers by ascending value: a plain insertion sort, which keeps equal values in order.
+/// Column numbers by ascending value: a plain insertion sort, which keeps equal values in order. Of
+/// more than 32 values NaN is the least; of fewer, nothing is less than a NaN or the other way.
 std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row);
 
 std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,

@@ -1,4 +1,4 @@
-// The factored form of Adaptive against the dense one: hit by hit and bit by bit.
+// Adaptive, by either way, against the dense form: hit by hit and bit by bit.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -28,17 +28,26 @@ std::string bitsOf(const std::vector<SearchResult>& hits) {
     return text;
 }
 
-/// Returns how many hits both forms agree on.
+std::vector<SearchResult> searchBy(ListedRows way, const RandomLibrary& library, std::uint32_t k,
+                                   float minThreshold) {
+    std::vector<SearchResult> hits;
+    searchAdaptiveBy(way, k, library.queryShape, library.queryText, library.shapeMatrix,
+                     library.textMatrix, minThreshold, hits);
+    return hits;
+}
+
+/// Returns how many hits all forms agree on.
 std::size_t expectSameHits(const RandomLibrary& library, std::uint32_t k, float minThreshold,
                            const std::string& label) {
-    std::vector<SearchResult> hits;
-    searchAdaptive(k, library.queryShape, library.queryText, library.shapeMatrix,
-                   library.textMatrix, minThreshold, hits);
     const std::vector<SearchResult> expected =
         reference::searchAdaptive(k, library.queryShape, library.queryText, library.shapeMatrix,
                                   library.textMatrix, minThreshold);
-    EXPECT_EQ(bitsOf(hits), bitsOf(expected)) << label;
-    return hits.size();
+    EXPECT_EQ(bitsOf(searchBy(ListedRows::all, library, k, minThreshold)), bitsOf(expected))
+        << "all rows listed, " << label;
+    EXPECT_EQ(bitsOf(searchBy(ListedRows::thoseThatCount, library, k, minThreshold)),
+              bitsOf(expected))
+        << "those listed that count, " << label;
+    return expected.size();
 }
 
 std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows, std::uint32_t k,
@@ -49,17 +58,22 @@ std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t row
 
 constexpr float noThreshold = -std::numeric_limits<float>::infinity();
 
+/// No threshold, the usual one, one between, and the one that rows of score 0 just reach.
+float thresholdFor(std::uint32_t seed) {
+    constexpr float thresholds[] = {noThreshold, 0.3F, 0.05F, 0.0F};
+    return thresholds[seed % 4];
+}
+
 TEST(SearchAdaptive, EqualsTheDenseFormOnSmallLibraries) {
     std::size_t hits = 0;
     std::uint32_t seed = 0;
     for (const LibraryKind shapeKind : allLibraryKinds) {
         for (const LibraryKind textKind : allLibraryKinds) {
-            for (std::uint32_t draw = 0; draw < 98; ++draw) {
-                const std::uint32_t rows = draw / 2;
+            for (std::uint32_t rows = 0; rows < 49; ++rows) {
                 ++seed;
                 const RandomLibrary library = makeRandomLibrary(shapeKind, textKind, rows, seed);
-                const std::uint32_t k = seed % 4 == 0 ? rows : seed % (rows + 1);
-                hits += expectSameHits(library, k, seed % 5 == 0 ? 0.3F : noThreshold,
+                const std::uint32_t k = seed % 5 == 0 ? rows : seed % (rows + 1);
+                hits += expectSameHits(library, k, thresholdFor(seed),
                                        labelOf(shapeKind, textKind, rows, k, seed));
             }
         }
@@ -67,16 +81,33 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnSmallLibraries) {
     EXPECT_GT(hits, 5000U);
 }
 
+TEST(SearchAdaptive, EqualsTheDenseFormForEveryNumberOfHits) {
+    std::size_t hits = 0;
+    for (const LibraryKind kind : allLibraryKinds) {
+        const std::uint32_t rows = 40;
+        const RandomLibrary library = makeRandomLibrary(kind, LibraryKind::clustered, rows, 7);
+        for (std::uint32_t k = 0; k <= rows; ++k) {
+            hits += expectSameHits(library, k, noThreshold,
+                                   labelOf(kind, LibraryKind::clustered, rows, k, 7));
+        }
+    }
+    EXPECT_GT(hits, 1000U);
+}
+
 TEST(SearchAdaptive, EqualsTheDenseFormOnMiddlingLibraries) {
     std::size_t hits = 0;
     std::uint32_t seed = 10'000;
     for (const LibraryKind shapeKind : allLibraryKinds) {
         for (const LibraryKind textKind : allLibraryKinds) {
-            for (const std::uint32_t rows : {98U, 99U, 100U, 101U, 102U, 400U}) {
+            // Around the longest curve, and where neighbourhoods begin to be split.
+            for (const std::uint32_t rows : {98U, 99U, 100U, 101U, 102U, 254U, 255U, 256U, 400U}) {
                 ++seed;
+                if (seed % 3 != 0 && rows > 100 && rows < 400) {
+                    continue;
+                }
                 const RandomLibrary library = makeRandomLibrary(shapeKind, textKind, rows, seed);
-                const std::uint32_t k = seed % 3 == 0 ? rows : seed % 11;
-                hits += expectSameHits(library, k, noThreshold,
+                const std::uint32_t k = seed % 7 == 0 ? rows : seed % 11;
+                hits += expectSameHits(library, k, thresholdFor(seed),
                                        labelOf(shapeKind, textKind, rows, k, seed));
             }
         }
@@ -87,15 +118,40 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMiddlingLibraries) {
 TEST(SearchAdaptive, EqualsTheDenseFormOnLargeLibraries) {
     std::size_t hits = 0;
     std::uint32_t seed = 20'000;
-    for (const std::uint32_t rows : {998U, 999U, 1000U, 2000U}) {
-        for (const LibraryKind kind : {LibraryKind::clustered, LibraryKind::lattice}) {
+    for (const std::uint32_t rows : {998U, 999U, 1000U, 1700U}) {
+        for (const LibraryKind kind :
+             {LibraryKind::uniform, LibraryKind::clustered, LibraryKind::lattice,
+              LibraryKind::nearTwins, LibraryKind::oneCommon, LibraryKind::lengths}) {
             ++seed;
             const RandomLibrary library = makeRandomLibrary(kind, kind, rows, seed);
-            const std::uint32_t k = seed % 3 == 0 ? 200 : 5;
-            hits += expectSameHits(library, k, noThreshold, labelOf(kind, kind, rows, k, seed));
+            const std::uint32_t k = seed % 5 == 0 ? 100 : 5;
+            hits +=
+                expectSameHits(library, k, thresholdFor(seed), labelOf(kind, kind, rows, k, seed));
         }
     }
     EXPECT_GT(hits, 100U);
+}
+
+// Copies, unlike in the other libraries, of many vectors: enough of them that most rows have some.
+TEST(SearchAdaptive, EqualsTheDenseFormAmongManyCopies) {
+    std::size_t hits = 0;
+    for (std::uint32_t seed = 30'000; seed < 30'006; ++seed) {
+        const std::uint32_t rows = 1200;
+        RandomLibrary library =
+            makeRandomLibrary(LibraryKind::uniform, LibraryKind::clustered, rows, seed);
+        for (std::uint32_t row = 0; row < rows; ++row) {
+            const std::uint32_t shape = row % (200 + seed % 7);
+            const std::uint32_t text = row % (6 + seed % 5);
+            std::copy_n(library.shapeMatrix.data() + shape * shapeWidth, shapeWidth,
+                        library.shapeMatrix.data() + row * shapeWidth);
+            std::copy_n(library.textMatrix.data() + text * textWidth, textWidth,
+                        library.textMatrix.data() + row * textWidth);
+        }
+        hits += expectSameHits(
+            library, 5 + seed % 30, thresholdFor(seed),
+            labelOf(LibraryKind::uniform, LibraryKind::clustered, rows, 5 + seed % 30, seed));
+    }
+    EXPECT_GT(hits, 20U);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/random_library.h"
@@ -108,26 +109,93 @@ TEST(AscendingOrder, KeepsEqualValuesInOrder) {
     }
 }
 
-TEST(AscendingOrder, NothingMovesPastANan) {
+TEST(AscendingOrder, NothingMovesPastANanAmongFewValues) {
     EXPECT_EQ(ascendingOrder({3.0F, 2.0F, nan, 1.0F, 0.0F, nan, nan, 5.0F, 4.0F}),
               (std::vector<std::size_t>{1, 0, 2, 4, 3, 5, 6, 8, 7}));
 }
 
-TEST(RefineByNeighbours, CutsTheWeakestColumnWhenEveryRowIsAskedFor) {
-    // Four rows with the fused similarities 1, 0.4, 0.4 and 0 in the query's row; with k = 3 only
-    // the two in the middle vote.
-    NeighbourLists shape;
-    shape.rows = 4;
-    shape.count = 1;
-    shape.labels = {1, 1, 1, 0};
-    shape.curveAreas = {0.0F, 1.0F, 1.0F, 1.0F};
-    NeighbourLists text = shape;
-    text.labels = {3, 2, 2, 2};
-    text.curveAreas = {1.0F, 1.0F, 1.0F, 1.0F};
-    const FusedSimilarities fused = fuseSimilarities(shape, text, 0.4F);
-    const std::vector<float> scores = refineByNeighbours(fused, 3);
-    EXPECT_EQ(scores, (std::vector<float>{(1.0F + 0.8F) / 4.0F, (0.4F + 2.0F) / 4.0F,
-                                          (0.4F + 2.0F) / 4.0F, (0.0F + 1.0F) / 4.0F}));
+TEST(AscendingOrder, NansComeFirstAmongManyValues) {
+    std::vector<float> values(33, 1.0F);
+    values[0] = 2.0F;
+    values[4] = nan;
+    values[20] = nan;
+    values[30] = 0.5F;
+    const std::vector<std::size_t> order = ascendingOrder(values);
+    EXPECT_EQ((std::vector<std::size_t>{order[0], order[1], order[2], order[3], order[32]}),
+              (std::vector<std::size_t>{4, 20, 30, 1, 0}));
+    values.resize(32);
+    EXPECT_EQ(ascendingOrder(values)[4], 4U);
+}
+
+TEST(QuickerWay, ListsAllRowsOfSmallLibrariesAndForManyHits) {
+    EXPECT_EQ(quickerWay(5, 999), ListedRows::all);
+    EXPECT_EQ(quickerWay(5, 1000), ListedRows::thoseThatCount);
+    EXPECT_EQ(quickerWay(1000, 20000), ListedRows::thoseThatCount);
+    EXPECT_EQ(quickerWay(1001, 20000), ListedRows::all);
+    EXPECT_EQ(quickerWay(0, 20000), ListedRows::thoseThatCount);
+}
+
+/// Hits by index and score, each block of `library` counted from `offset` on.
+std::vector<std::pair<std::int64_t, float>> hitsFrom(const RandomLibrary& library,
+                                                     std::int64_t offset) {
+    std::vector<std::pair<std::int64_t, float>> hits;
+    for (const SearchResult& hit : search(library, 5, 0.3F)) {
+        hits.emplace_back(hit.index - offset, hit.distOrScore);
+    }
+    return hits;
+}
+
+RandomLibrary withRows(const RandomLibrary& library, std::size_t before, float shapeValue,
+                       float textValue, std::size_t count) {
+    RandomLibrary longer = library;
+    const std::size_t rows = library.shapeMatrix.shape(0) + count;
+    longer.shapeMatrix = FeatureMatrix::from_shape({rows, shapeWidth});
+    longer.textMatrix = FeatureMatrix::from_shape({rows, textWidth});
+    longer.shapeMatrix.fill(0.0F);
+    longer.textMatrix.fill(0.0F);
+    for (std::size_t row = 0; row < rows; ++row) {
+        if (row >= before && row < before + count) {
+            longer.shapeMatrix(row, 0) = shapeValue;
+            longer.textMatrix(row, 0) = textValue;
+        } else {
+            const std::size_t from = row < before ? row : row - count;
+            std::copy_n(library.shapeMatrix.data() + from * shapeWidth, shapeWidth,
+                        longer.shapeMatrix.data() + row * shapeWidth);
+            std::copy_n(library.textMatrix.data() + from * textWidth, textWidth,
+                        longer.textMatrix.data() + row * textWidth);
+        }
+    }
+    return longer;
+}
+
+// The scores of such blocks are not numbers. Wherever they stand, the others keep theirs.
+TEST(SearchAdaptive, OneBlockThatIsNotANumberTakesNoHitAway) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const RandomLibrary library = clustered(201);
+    const auto hits = hitsFrom(library, 0);
+    ASSERT_EQ(hits.size(), 5U);
+    for (const float bad : {nan, infinity, 1e38F, 1e18F, 1e10F}) {
+        for (const std::size_t place : {0U, 100U, 201U}) {
+            std::vector<std::pair<std::int64_t, float>> expected = hits;
+            for (auto& [index, score] : expected) {
+                index += index >= static_cast<std::int64_t>(place) ? 1 : 0;
+            }
+            EXPECT_EQ(hitsFrom(withRows(library, place, bad, bad, 1), 0), expected)
+                << bad << " at " << place;
+        }
+    }
+}
+
+TEST(SearchAdaptive, ManyCopiesOfAnotherBlockTakeNoHitAway) {
+    const RandomLibrary library = clustered(201);
+    const auto hits = hitsFrom(library, 0);
+    for (const std::size_t copies : {100U, 101U, 102U, 150U}) {
+        EXPECT_EQ(hitsFrom(withRows(library, 201, 9.0F, 9.0F, copies), 0), hits) << copies;
+        EXPECT_EQ(
+            hitsFrom(withRows(library, 0, 9.0F, 9.0F, copies), static_cast<std::int64_t>(copies)),
+            hits)
+            << copies;
+    }
 }
 
 }  // namespace

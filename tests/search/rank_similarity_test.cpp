@@ -3,25 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
+
+#include "support/listed_rows.h"
 
 namespace quillon::test {
 namespace {
 
-using List = std::vector<std::int32_t>;
+using List = std::vector<Row>;
 
 float distance(const List& a, const List& b) {
-    return rankListDistance(a.data(), b.data(), a.size());
-}
-
-NeighbourLists listsOf(const std::vector<List>& rows) {
-    NeighbourLists lists;
-    lists.rows = rows.size();
-    lists.count = rows[0].size();
-    for (const List& row : rows) {
-        lists.labels.insert(lists.labels.end(), row.begin(), row.end());
-    }
-    return lists;
+    return rankListDistance(a, b);
 }
 
 TEST(RankListDistance, IsTheFootruleWithAPenaltyForAbsentElements) {
@@ -39,28 +32,49 @@ TEST(RankListDistance, UnfilledPositionsMatchTheFirstUnfilledOne) {
 }
 
 TEST(RankSimilarity, IsSymmetricWithOneOnTheDiagonal) {
-    const NeighbourLists lists =
+    NeighbourLists lists =
         listsOf({{1, 2, 3, 4, 5}, {2, 3, 4, 5, 6}, {-1, -1, -1, -1, -1}, {7, 8, 9, 10, 11}});
     EXPECT_EQ(rankSimilarity(lists, 0, 1), 1.0F - (13.0F / 35.0F + 9.0F / 35.0F) * 0.5F);
     EXPECT_EQ(rankSimilarity(lists, 1, 0), rankSimilarity(lists, 0, 1));
     EXPECT_EQ(rankSimilarity(lists, 2, 2), 1.0F);
     EXPECT_EQ(rankSimilarity(lists, 0, 3), 0.0F);
+    lists.isListed[1] = 0;
+    EXPECT_EQ(rankSimilarity(lists, 0, 1), 0.0F);
+    EXPECT_EQ(rankSimilarity(lists, 1, 1), 1.0F);
 }
 
-TEST(InvertLists, NamesTheRowsThatListAnElement) {
-    const NeighbourLists lists = listsOf({{1, 2}, {2, 0}, {1, -1}, {-1, -1}});
-    const ListedBy inverted = invertLists(lists);
-    const auto rowsListing = [&](std::int32_t element) {
-        const std::size_t slot = slotOf(element);
-        const auto rows = inverted.rows.begin();
-        return List(rows + static_cast<std::ptrdiff_t>(inverted.begins[slot]),
-                    rows + static_cast<std::ptrdiff_t>(inverted.begins[slot + 1]));
-    };
-    EXPECT_EQ(rowsListing(-1), (List{2, 3, 3}));
-    EXPECT_EQ(rowsListing(0), (List{1}));
-    EXPECT_EQ(rowsListing(1), (List{0, 2}));
-    EXPECT_EQ(rowsListing(2), (List{0, 1}));
-    EXPECT_EQ(rowsListing(3), (List{}));
+// All lists of five out of seven elements against one: the bound holds with the elements shared,
+// and is reached by one of them.
+TEST(MostRankSimilarity, BoundsEveryListWithNoOtherSharedElements) {
+    const List list{1, 2, 3, 4, 5};
+    for (unsigned shared = 0; shared < 32; ++shared) {
+        List elements;
+        for (Row element = 1; element <= 5; ++element) {
+            if ((shared >> static_cast<unsigned>(element - 1) & 1U) != 0) {
+                elements.push_back(element);
+            }
+        }
+        const float most = mostRankSimilarity(list, elements);
+        // The other list: the shared elements and strangers, in every order.
+        List other = elements;
+        for (Row stranger = 10; other.size() < 5; ++stranger) {
+            other.push_back(stranger);
+        }
+        std::sort(other.begin(), other.end());
+        do {
+            const NeighbourLists lists = listsOf({list, other});
+            EXPECT_LE(rankSimilarity(lists, 0, 1), most) << shared;
+        } while (std::next_permutation(other.begin(), other.end()));
+        // With one element fewer in common it holds all the more.
+        if (!elements.empty()) {
+            elements.pop_back();
+            EXPECT_LT(mostRankSimilarity(list, elements), most) << shared;
+        }
+    }
+    EXPECT_EQ(mostRankSimilarity(list, list), 1.0F);
+    EXPECT_EQ(mostRankSimilarity(list, List{}), 0.0F);
+    EXPECT_EQ(mostRankSimilarity(list, List{1, 2, 3}),
+              1.0F - (11.0F / 35.0F + 11.0F / 35.0F) * 0.5F);
 }
 
 }  // namespace

@@ -61,6 +61,28 @@ void fillRow(LibraryKind kind, float* row, std::size_t width, std::mt19937& rand
             }
             break;
         }
+        case LibraryKind::nearTwins:
+            fillClustered(row, width, draw(random, 3), 0.0F, random);
+            for (std::size_t changes = draw(random, 4); changes > 0; --changes) {
+                float& value = row[draw(random, width)];
+                value = std::nextafter(value, draw(random, 2) == 0 ? 1.0F : -1.0F);
+            }
+            break;
+        case LibraryKind::oneCommon:
+            if (draw(random, 3) == 0) {
+                fillClustered(row, width, 0, 0.0F, random);
+            } else {
+                fillClustered(row, width, draw(random, 8), 1.0F, random);
+            }
+            break;
+        case LibraryKind::lengths: {
+            constexpr std::array<float, 8> scales{1.0F,   1.0F,  1.0F,  1.0F,
+                                                  1e-20F, 1e-3F, 1e10F, 1e20F};
+            fillClustered(row, width, draw(random, 8), 1.0F, random);
+            const float scale = scales[draw(random, scales.size())];
+            std::transform(row, row + width, row, [&](float value) { return value * scale; });
+            break;
+        }
     }
 }
 
@@ -97,6 +119,12 @@ std::string nameOf(LibraryKind kind) {
             return "allTwins";
         case LibraryKind::notFinite:
             return "notFinite";
+        case LibraryKind::nearTwins:
+            return "nearTwins";
+        case LibraryKind::oneCommon:
+            return "oneCommon";
+        case LibraryKind::lengths:
+            return "lengths";
     }
     return "unknown";
 }

@@ -16,11 +16,15 @@ enum class LibraryKind {
     oneHot,     // one element set: all distances equal but for twins
     allTwins,   // one vector throughout
     notFinite,  // clustered, with NaN, infinities and values that overflow sprinkled in
+    nearTwins,  // few vectors, but for single elements that are one unit in the last place off
+    oneCommon,  // clustered, but one row in three is one and the same vector
+    lengths,    // clustered, among the unit vectors some of length 1e-20, 1e-3, 1e10 and 1e20
 };
 
-inline constexpr LibraryKind allLibraryKinds[] = {LibraryKind::uniform,  LibraryKind::clustered,
-                                                  LibraryKind::lattice,  LibraryKind::oneHot,
-                                                  LibraryKind::allTwins, LibraryKind::notFinite};
+inline constexpr LibraryKind allLibraryKinds[] = {
+    LibraryKind::uniform,   LibraryKind::clustered, LibraryKind::lattice,
+    LibraryKind::oneHot,    LibraryKind::allTwins,  LibraryKind::notFinite,
+    LibraryKind::nearTwins, LibraryKind::oneCommon, LibraryKind::lengths};
 
 struct RandomLibrary {
     FeatureMatrix queryShape;   // 1 × 512

@@ -59,11 +59,15 @@ void runCommand(const std::string& command, ProgramResult& result) {
 }  // namespace
 
 ProgramResult runProgram(const std::vector<std::string>& arguments,
-                         const std::filesystem::path& workingFolder) {
+                         const std::filesystem::path& workingFolder,
+                         const std::vector<std::string>& environment) {
     const TempFolder outputs;
     // The shell's place is taken by the program, so that status and memory are the program's.
-    std::string command =
-        "cd " + quoted(utf8FromPath(workingFolder)) + " && exec " + quoted(QUILLON_PROGRAM);
+    std::string command = "cd " + quoted(utf8FromPath(workingFolder)) + " && exec env";
+    for (const std::string& variable : environment) {
+        command += " " + quoted(variable);
+    }
+    command += " " + quoted(QUILLON_PROGRAM);
     for (const std::string& argument : arguments) {
         command += " " + quoted(argument);
     }

@@ -15,9 +15,11 @@ struct ProgramResult {
     std::size_t peakMiB = 0;  // most memory held at a time; 0 on Windows
 };
 
-/// Runs the program with `arguments` (UTF-8) in `workingFolder`.
+/// Runs the program with `arguments` (UTF-8) in `workingFolder`, with what is in `environment` as
+/// "NAME=value" added to the test's own.
 ProgramResult runProgram(const std::vector<std::string>& arguments,
-                         const std::filesystem::path& workingFolder);
+                         const std::filesystem::path& workingFolder,
+                         const std::vector<std::string>& environment = {});
 
 /// The console text with every elapsed time replaced by "T".
 std::string maskTimes(const std::string& consoleText);
