@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -6,10 +8,18 @@
 #include "made_up_blocks.h"
 #include "measure.h"
 #include "search/adaptive.h"
+#include "search/neighbours/crowds.h"
+#include "search/refined_scores.h"
 #include "search/single_side.h"
 
 namespace quillon::bench {
 namespace {
+
+void addCount(const char* operation, std::size_t blocks, std::size_t count, Report& report) {
+    Row row{std::string("growth/") + operation + "/" + std::to_string(blocks), "rows", ""};
+    row.value = static_cast<double>(count);
+    report.add(std::move(row));
+}
 
 void add(const char* operation, std::size_t blocks, const Timing& time, Report& report) {
     Row row{std::string("growth/") + operation + "/" + std::to_string(blocks), "time", "s"};
@@ -29,6 +39,30 @@ void growthOfLoad(const char* operation, const LibrarySpec& spec, const Settings
     add(operation, spec.blocks, time, report);
 }
 
+/// How many rows Adaptive looks at more closely, up to where it settles scores.
+void rowsThatCount(const SearchData& data, Report& report) {
+    FusedSimilarities fused = nothingFused(stackRows(data.queryShape, data.shapeMatrix),
+                                           stackRows(data.queryText, data.textMatrix));
+    const Reaches reaches{reachesOfNeighbourhoods(fused.sides[0].lists.side),
+                          reachesOfNeighbourhoods(fused.sides[1].lists.side)};
+    const RefinedScores refined = refineByNeighbours(fused, reaches, 5);
+    std::set<quillon::Row> listed;
+    std::set<quillon::Row> mayShare;
+    for (std::size_t s = 0; s < fused.sides.size(); ++s) {
+        listed.insert(fused.sides[s].lists.listed.begin(), fused.sides[s].lists.listed.end());
+        for (const PossibleList& possible : refined.sharers[s].possible) {
+            mayShare.insert(possible.row);
+        }
+    }
+    mayShare.insert(listed.begin(), listed.end());
+    const std::size_t blocks = data.shapeMatrix.shape(0);
+    addCount("rowsThatMayShare", blocks, mayShare.size(), report);
+    addCount("rowsListed", blocks, listed.size(), report);
+    const auto mayBeHits = std::count_if(refined.scores.begin(), refined.scores.end(),
+                                         [](float score) { return score >= 0.3F; });
+    addCount("rowsThatMayBeHits", blocks, static_cast<std::size_t>(mayBeHits), report);
+}
+
 void growthOfSearch(std::size_t blocks, Report& report) {
     const SearchData data = makeSearchData(blocks);
     std::vector<SearchResult> hits;
@@ -43,6 +77,7 @@ void growthOfSearch(std::size_t blocks, Report& report) {
                            0.3F, hits);
         }}),
         report);
+    rowsThatCount(data, report);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, makes the libraries that they load, measures and prints one table:
 #     scripts/bench.sh [--full] [--keep] [process|load|search|growth ...]
-# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg in full
-# size. Everything else on the machine should rest meanwhile.
+# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg and
+# docs/rows-that-count.svg in full size. Everything else on the machine should rest meanwhile.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,15 +23,20 @@ build/bench/bench/quillon_bench --data "$data" --json "$rows" "$@"
 
 if [ "$full" = true ] && grep -q '"growth/' "$rows"; then
     scripts/install-packages.sh gnuplot-nox jq
-    table=build/bench/growth.tsv
-    jq -r '
-        [.rows[] | select(.name | startswith("growth/")) | (.name / "/") as $name
-            | {operation: $name[1], size: ($name[2] | tonumber), value}]
-        | group_by(.size)[]
-        | [.[0].size] + [("loadJson", "loadCbor", "byShape", "adaptive") as $operation
-            | .[] | select(.operation == $operation) | .value]
-        | @tsv' \
-        "$rows" >"$table"
-    gnuplot -e "table='$table'; output_file='docs/growth.svg'" scripts/growth.gnuplot
-    echo "docs/growth.svg drawn"
+    # One line a size: the values of the operations given, in their order.
+    growth_table() {
+        jq -r '
+            [.rows[] | select(.name | startswith("growth/")) | (.name / "/") as $name
+                | {operation: $name[1], size: ($name[2] | tonumber), value}]
+            | group_by(.size)[]
+            | [.[0].size] + [$ARGS.positional[] as $operation
+                | .[] | select(.operation == $operation) | .value]
+            | @tsv' "$rows" --args "$@"
+    }
+    growth_table loadJson loadCbor byShape adaptive >build/bench/growth.tsv
+    growth_table rowsThatMayShare rowsListed rowsThatMayBeHits >build/bench/rows-that-count.tsv
+    for plot in growth rows-that-count; do
+        gnuplot -e "table='build/bench/$plot.tsv'; output_file='docs/$plot.svg'" "scripts/$plot.gnuplot"
+        echo "docs/$plot.svg drawn"
+    done
 fi

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 #include <set>
 #include <utility>
@@ -64,7 +65,13 @@ TEST(FindSharers, MissesNoneAndBoundsTheirSimilarity) {
         FusedSimilarities all = fusedNothing();
         fuseSimilarities(all, rows, 0.4F);
 
-        const Rows columns{0, 17, 230, 231, 499};
+        Rows columns{0, 17, 230, 231, 499};
+        // One more with gaps in its list, where there are such.
+        const auto hasGap = [&](Row row) { return listOf(all.sides[0].lists, row).back() == -1; };
+        const auto gap = std::find_if(rows.begin() + 300, rows.end(), hasGap);
+        if (gap != rows.end()) {
+            columns.push_back(*gap);
+        }
         FusedSimilarities some = fusedNothing();
         const Sharers sharers = findSharers(some, reachesOf(some), columns, SharersLists::possible);
         std::set<std::pair<Row, Row>> visited;

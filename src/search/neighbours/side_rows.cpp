@@ -12,6 +12,8 @@
 namespace quillon {
 namespace {
 
+constexpr std::size_t rowsWorthAThread = 500;
+
 std::string_view bytesOf(const SideRows& side, Row row) {
     return {reinterpret_cast<const char*>(vectorOf(side, row)), side.width * sizeof(float)};
 }
@@ -19,7 +21,7 @@ std::string_view bytesOf(const SideRows& side, Row row) {
 /// Rows of equal hashes side by side, ascending.
 std::vector<std::pair<std::size_t, Row>> sortedHashes(const SideRows& side) {
     std::vector<std::pair<std::size_t, Row>> hashes(side.count);
-    inParallel(side.count, [&](std::size_t begin, std::size_t end) {
+    inParallel(side.count, rowsWorthAThread, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             const auto row = static_cast<Row>(i);
             hashes[i] = {std::hash<std::string_view>()(bytesOf(side, row)), row};
@@ -63,7 +65,7 @@ SideRows stackRows(const FeatureMatrix& query, const FeatureMatrix& library) {
     side.width = library.shape(1);
     findCopies(side);
     side.squaredLengths.resize(side.count);
-    inParallel(side.count, [&](std::size_t begin, std::size_t end) {
+    inParallel(side.count, rowsWorthAThread, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             side.squaredLengths[i] =
                 faiss::fvec_norm_L2sqr(vectorOf(side, static_cast<Row>(i)), side.width);

@@ -70,6 +70,29 @@ TEST(ReachesOfNeighbourhoods, HoldACrowdEach) {
     }
 }
 
+// Five rows near each other and far from all others are no crowd for one of them, though they are
+// just the five centres that the others are split by.
+TEST(ReachesOfNeighbourhoods, CountNoRowTwice) {
+    RandomLibrary library = makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, 319, 1);
+    for (std::size_t row = 0; row < 319; ++row) {
+        library.shapeMatrix(row, 2) = 0.001F * static_cast<float>(row);  // no copies
+    }
+    const std::vector<std::size_t> centres{0, 64, 128, 192, 256};
+    for (const std::size_t row : centres) {
+        float* vector = row == 0 ? library.queryShape.data()
+                                 : library.shapeMatrix.data() + (row - 1) * shapeWidth;
+        std::fill_n(vector, shapeWidth, 0.0F);
+        vector[0] = 9.0F;
+        vector[1] = 0.001F * static_cast<float>(row);
+    }
+    const SideRows side = stackRows(library.queryShape, library.shapeMatrix);
+    ASSERT_EQ(side.distinct.size(), 320U);
+    const std::vector<float> reaches = reachesOfNeighbourhoods(side);
+    for (const std::size_t row : centres) {
+        EXPECT_GT(reaches[row], 10.0F) << row;
+    }
+}
+
 // Rows of one cluster are at squared distances about 1 or less, others at about 2.
 TEST(ReachesOfNeighbourhoods, AreNearInClusters) {
     const RandomLibrary library =

@@ -75,6 +75,18 @@ TEST(DistanceBounds, HoldForAllKindsOfLibraries) {
     }
 }
 
+// Products of such vectors are below the smallest normal number, and lose most of their digits.
+TEST(DistanceBounds, HoldForVectorsWhoseProductsVanish) {
+    for (const float scale : {1e-19F, 1e-20F, 1e-21F, 1e-22F, 1e-23F}) {
+        RandomLibrary library =
+            makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, 120, 12);
+        for (float& value : library.shapeMatrix) {
+            value *= scale;
+        }
+        expectBoundsHold(library.queryShape, library.shapeMatrix, std::to_string(scale));
+    }
+}
+
 // The worst that any order of summation may do, worked out in 64-bit floats: every rounding of both
 // sums the whole bound off, and both in opposite directions.
 TEST(DistanceBounds, HaveRoomForTheWorstRounding) {
