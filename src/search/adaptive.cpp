@@ -93,13 +93,15 @@ void settleBest(FusedSimilarities& fused, const Wanted& wanted, RefinedScores& r
     }
 }
 
+using Walk = std::vector<std::size_t>::const_reverse_iterator;
+
 /// Settles the next rows of the walk that are not yet, as many as may still become hits.
 void settleNext(FusedSimilarities& fused, const Wanted& wanted, std::size_t missing,
-                std::vector<std::size_t>::const_reverse_iterator from,
-                std::vector<std::size_t>::const_reverse_iterator end, RefinedScores& refined) {
+                const Walk& from, const Walk& end, RefinedScores& refined) {
     Rows rows;
-    for (; from != end && rows.size() < std::max<std::size_t>(32, missing); ++from) {
-        const auto row = static_cast<Row>(*from);
+    for (Walk column = from; column != end && rows.size() < std::max<std::size_t>(32, missing);
+         ++column) {
+        const auto row = static_cast<Row>(*column);
         if (wanted.mayBeHit[row] != 0 && !isSettled(fused, refined, row)) {
             rows.push_back(row);
         }

@@ -20,7 +20,8 @@ struct Grid {
         library.fill(0.0F);
         for (std::size_t row = 1; row < rows; ++row) {
             library(row - 1, 0) = static_cast<float>(row % 64);
-            library(row - 1, 1) = static_cast<float>(row / 64);
+            const std::size_t down = row / 64;
+            library(row - 1, 1) = static_cast<float>(down);
         }
     }
 
