@@ -27,7 +27,7 @@ constexpr const char* usage =
     "...]\n"
     "  --full   the sizes that the goals are set for, about half an hour; smaller ones otherwise\n"
     "  --keep   leave the made-up libraries in the data folder, and use those that are there\n"
-    "  --data   where they are made; up to 5 GB in full size\n"
+    "  --data   where they are made; up to 8 GB in full size\n"
     "  --json   also write the rows to this file\n"
     "Without a group's name: all but growth.\n";
 

@@ -1,9 +1,9 @@
 # Draws how many rows Adaptive looks at more closely; scripts/bench.sh gives `table` and `output_file`.
-set terminal svg size 760,480 font "sans-serif,13" background "white"
+set terminal svg size 760,560 font "sans-serif,13" background "white"
 set output output_file
 set logscale xy
 set grid xtics ytics lc rgb "#dddddd"
-set key left top reverse Left
+set key below left reverse Left maxcols 1
 set xlabel "blocks"
 set ylabel "rows left"
 set format xy "%.0f"

@@ -23,8 +23,7 @@ struct SideSharers {
 /// Shape side first.
 using Sharers = std::array<SideSharers, 2>;
 
-/// Finds what narrows the search down, unless all rows are listed anyway: the reaches of crowds.h
-/// for both sides, shape side first.
+/// The reaches of crowds.h, shape side first; empty where all rows are listed.
 using Reaches = std::array<std::vector<float>, 2>;
 
 enum class SharersLists {
