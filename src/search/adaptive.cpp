@@ -122,8 +122,8 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
 }
 
 ListedRows quickerWay(std::uint32_t k, std::size_t rows) {
-    // Measured: k neighbours with five elements each on a side ask for more and more of the
-    // library.
+    // k neighbours with five elements each on a side ask for more and more of the library; and a
+    // small library is listed as soon as its neighbourhoods are found.
     return rows < 1000 || rows / 20 < k ? ListedRows::all : ListedRows::thoseThatCount;
 }
 

@@ -66,9 +66,9 @@ TEST(BrokenFiles, UnreadableFilesCannotBeOpened) {
     writeGoodRun(folder);
     const fs::path path = folder.write("locked.json", queryDocument());
     fs::permissions(path, fs::perms::none);
-    // Root reads whatever the permissions say, so under root there is no unreadable file to test
-    // with.
     if (std::ifstream(path)) {
+        // Root reads whatever the permissions say, so under root there is no unreadable file to
+        // test with.
         GTEST_SKIP() << "this user may read everything";
     }
     const BrokenFile file{"locked.json", "fail to open input file: locked.json"};

@@ -11,7 +11,7 @@ namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
-// Both measured: fewer rows meet too few of their neighbours, more cost more than they rule out.
+// The fewer, the fewer neighbours a row meets; the more, the more every row costs.
 constexpr std::size_t mostCentres = 128;
 constexpr std::size_t smallNeighbourhood = 256;
 /// What a split leaves in a neighbourhood at least, on average.
