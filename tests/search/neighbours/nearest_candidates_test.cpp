@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -11,24 +12,31 @@
 namespace quillon::test {
 namespace {
 
+/// The nearest rows of row 0 by a plain scan.
+std::vector<Near> nearestByScan(const SideRows& side, std::size_t count) {
+    std::vector<Near> rows;
+    for (Row row = 0; row < static_cast<Row>(side.count); ++row) {
+        rows.emplace_back(squaredDistance(side, 0, row), row);
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.resize(count);
+    return rows;
+}
+
 TEST(Offer, KeepsTheNearestAndFewMore) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, 2000, 1);
     const SideRows side = stackRows(library.queryShape, library.shapeMatrix);
     NearestCandidates candidates = candidatesFor(side, 0, 10);
-    std::vector<Near> expected;
     for (Row row = 0; row <= 2000; ++row) {
         const float distance = squaredDistance(side, 0, row);
-        expected.emplace_back(distance, row);
         if (distance < candidates.limit) {
             offer(side, candidates, {distance, row});
         }
         EXPECT_LE(candidates.near.size(), 36U);
     }
     EXPECT_TRUE(areComplete(side, candidates));
-    std::sort(expected.begin(), expected.end());
-    expected.resize(10);
-    EXPECT_EQ(nearestRows(side, candidates), expected);
+    EXPECT_EQ(nearestRows(side, candidates), nearestByScan(side, 10));
 }
 
 // Proposals that tell nothing, all rows being as far as the bounds can see: memory stays small, and
@@ -38,17 +46,11 @@ TEST(Offer, AsksTheOneDistanceWhereProposalsTellNothing) {
         makeRandomLibrary(LibraryKind::nearTwins, LibraryKind::nearTwins, 800, 2);
     const SideRows side = stackRows(library.queryShape, library.shapeMatrix);
     NearestCandidates candidates = candidatesFor(side, 0, 20);
-    std::vector<Near> expected;
     for (const Row row : side.distinct) {
         offer(side, candidates, {1e-6F * static_cast<float>(row % 7), row});
         EXPECT_LE(candidates.near.size(), 56U);
     }
-    for (Row row = 0; row <= 800; ++row) {
-        expected.emplace_back(squaredDistance(side, 0, row), row);
-    }
-    std::sort(expected.begin(), expected.end());
-    expected.resize(20);
-    EXPECT_EQ(nearestRows(side, candidates), expected);
+    EXPECT_EQ(nearestRows(side, candidates), nearestByScan(side, 20));
 }
 
 TEST(AreComplete, NeedsAllRowsOrEnoughOrdinaryOnes) {
