@@ -94,8 +94,4 @@ std::size_t ownPeakMiB() {
     return mebibytes(lineAfter("/proc/self/status", "VmHWM"));
 }
 
-std::size_t availableMiB() {
-    return mebibytes(lineAfter("/proc/meminfo", "MemAvailable"));
-}
-
 }  // namespace quillon::bench

@@ -17,7 +17,4 @@ Machine describeMachine();
 /// The most memory that this process has held at a time; 0 where the platform does not tell.
 std::size_t ownPeakMiB();
 
-/// What processes can still take without swapping; 0 where the platform does not tell.
-std::size_t availableMiB();
-
 }  // namespace quillon::bench
