@@ -7,14 +7,14 @@ namespace {
 
 using Rows = std::vector<Row>;
 
-/// The elements of the lists of `rows`, ascending, each once; no -1.
+/// The elements of the lists of `rows`, ascending, each once; no `noRow`.
 Rows elementsOf(const NeighbourLists& lists, std::span<const Row> rows) {
     Rows elements;
     for (const Row row : rows) {
         const std::span<const Row> list = listOf(lists, row);
         elements.insert(elements.end(), list.begin(), list.end());
     }
-    std::erase(elements, -1);
+    std::erase(elements, noRow);
     std::sort(elements.begin(), elements.end());
     elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
     return elements;
@@ -27,7 +27,7 @@ SideSharers findOnSide(NeighbourLists& lists, std::span<const float> reaches,
     Rows listNow;
     for (PossibleList& possible : possibleLists(lists, reaches, elementsOf(lists, rows))) {
         if (which == SharersLists::exact || possible.mayHaveGaps ||
-            lists.side.nextCopy[possible.row] >= 0) {
+            lists.side.nextCopy[possible.row] != noRow) {
             listNow.push_back(possible.row);
         } else {
             sharers.possible.push_back(std::move(possible));

@@ -45,7 +45,7 @@ float mostFusedSimilarity(const FusedSimilarities& fused, const Sharers& sharers
 template <class Visit>
 void forEachSharer(const FusedSimilarities& fused, const Sharers& sharers,
                    std::span<const Row> columns, const Visit& visit) {
-    std::vector<Row> lastColumn(fused.rows(), -1);
+    std::vector<Row> lastColumn(fused.rows(), noRow);
     for (const Row column : columns) {
         for (std::size_t s = 0; s < sharers.size(); ++s) {
             const NeighbourLists& lists = fused.sides[s].lists;
@@ -54,7 +54,7 @@ void forEachSharer(const FusedSimilarities& fused, const Sharers& sharers,
                 for (auto entry = std::lower_bound(listedBy.begin(), listedBy.end(),
                                                    std::pair(element, Row{0}));
                      entry != listedBy.end() && entry->first == element; ++entry) {
-                    for (Row row = entry->second; row >= 0; row = lists.side.nextCopy[row]) {
+                    for (Row row = entry->second; row != noRow; row = lists.side.nextCopy[row]) {
                         if (lastColumn[row] != column) {
                             lastColumn[row] = column;
                             visit(row, column);

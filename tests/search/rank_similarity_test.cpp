@@ -27,13 +27,14 @@ TEST(RankListDistance, IsTheFootruleWithAPenaltyForAbsentElements) {
 }
 
 TEST(RankListDistance, UnfilledPositionsMatchTheFirstUnfilledOne) {
-    EXPECT_EQ(distance({3, -1, -1, -1, -1}, {3, -1, -1, -1, -1}), (1.0F + 2.0F + 3.0F) / 35.0F);
-    EXPECT_EQ(distance({-1, -1}, {7, -1}), (1.0F + 0.0F) / 5.0F);
+    EXPECT_EQ(distance({3, noRow, noRow, noRow, noRow}, {3, noRow, noRow, noRow, noRow}),
+              (1.0F + 2.0F + 3.0F) / 35.0F);
+    EXPECT_EQ(distance({noRow, noRow}, {7, noRow}), (1.0F + 0.0F) / 5.0F);
 }
 
 TEST(RankSimilarity, IsSymmetricWithOneOnTheDiagonal) {
-    NeighbourLists lists =
-        listsOf({{1, 2, 3, 4, 5}, {2, 3, 4, 5, 6}, {-1, -1, -1, -1, -1}, {7, 8, 9, 10, 11}});
+    NeighbourLists lists = listsOf(
+        {{1, 2, 3, 4, 5}, {2, 3, 4, 5, 6}, {noRow, noRow, noRow, noRow, noRow}, {7, 8, 9, 10, 11}});
     EXPECT_EQ(rankSimilarity(lists, 0, 1), 1.0F - (13.0F / 35.0F + 9.0F / 35.0F) * 0.5F);
     EXPECT_EQ(rankSimilarity(lists, 1, 0), rankSimilarity(lists, 0, 1));
     EXPECT_EQ(rankSimilarity(lists, 2, 2), 1.0F);

@@ -67,7 +67,9 @@ TEST(FindSharers, MissesNoneAndBoundsTheirSimilarity) {
 
         Rows columns{0, 17, 230, 231, 499};
         // One more with gaps in its list, where there are such.
-        const auto hasGap = [&](Row row) { return listOf(all.sides[0].lists, row).back() == -1; };
+        const auto hasGap = [&](Row row) {
+            return listOf(all.sides[0].lists, row).back() == noRow;
+        };
         const auto gap = std::find_if(rows.begin() + 300, rows.end(), hasGap);
         if (gap != rows.end()) {
             columns.push_back(*gap);

@@ -19,7 +19,7 @@ inline NeighbourLists listsOf(const std::vector<std::vector<Row>>& lists,
     side.distinct.resize(rows);
     std::iota(side.distinct.begin(), side.distinct.end(), 0);
     side.firstCopy = side.distinct;
-    side.nextCopy.assign(rows, -1);
+    side.nextCopy.assign(rows, noRow);
     side.squaredLengths.assign(rows, 1.0F);
     NeighbourLists listed = nothingListed(std::move(side));
     listed.count = lists[0].size();

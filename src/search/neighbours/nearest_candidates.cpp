@@ -72,7 +72,7 @@ std::vector<Near> nearestRows(const SideRows& side, NearestCandidates candidates
     std::vector<Near> rows;
     for (const auto& [distance, first] : candidates.near) {
         std::size_t copies = 0;
-        for (Row copy = first; distance < unreached && copy >= 0 && copies < candidates.wanted;
+        for (Row copy = first; distance < unreached && copy != noRow && copies < candidates.wanted;
              copy = side.nextCopy[copy]) {
             rows.emplace_back(distance, copy);
             ++copies;

@@ -52,9 +52,9 @@ std::vector<NearestCandidates> findCandidates(const SideRows& side, std::span<co
 
 void addList(NeighbourLists& lists, const NearestCandidates& candidates,
              std::span<const Near> nearest) {
-    const auto row = static_cast<std::size_t>(candidates.row);
+    const Row row = candidates.row;
     lists.isListed[row] = 1;
-    lists.listed.push_back(candidates.row);
+    lists.listed.push_back(row);
     lists.curveBegins[row] = lists.curveCandidates.size();
     lists.curveSizes[row] = static_cast<std::uint32_t>(candidates.near.size());
     for (const Near& other : candidates.near) {
@@ -99,7 +99,7 @@ NeighbourLists nothingListed(SideRows side) {
     lists.side = std::move(side);
     lists.count = std::min(rows - 1, rankedNeighbours);
     lists.isListed.assign(rows, 0);
-    lists.labels.assign(rows * lists.count, -1);
+    lists.labels.assign(rows * lists.count, noRow);
     lists.curveBegins.assign(rows, 0);
     lists.curveSizes.assign(rows, 0);
     lists.curveAreas.assign(rows, -1.0F);
@@ -150,7 +150,7 @@ bool isListed(const NeighbourLists& lists, Row row) {
 }
 
 std::span<const Row> listOf(const NeighbourLists& lists, Row row) {
-    const auto first = static_cast<std::size_t>(lists.side.firstCopy[row]);
+    const Row first = lists.side.firstCopy[row];
     return {lists.labels.data() + first * lists.count, lists.count};
 }
 

@@ -19,7 +19,7 @@ inline constexpr std::size_t curveNeighbours = 100;
 ///
 /// The list of a row: all rows, itself included, in ascending (distance, row number), the first
 /// left out unseen, then K of them. Among copies a row may so list itself and miss a copy. Rows
-/// whose distance is not below the largest float never enter; -1 fills what is left.
+/// whose distance is not below the largest float never enter; `noRow` fills what is left.
 struct NeighbourLists {
     SideRows side;
     std::size_t count = 0;  // K = min(N - 1, rankedNeighbours)

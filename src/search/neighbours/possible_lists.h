@@ -18,11 +18,12 @@ namespace quillon {
 struct PossibleList {
     Row row = 0;                // a first copy that is not listed
     std::vector<Row> elements;  // ascending, those asked for that it may hold, or none
-    bool mayHaveGaps = false;   // it may hold -1, too
+    bool mayHaveGaps = false;   // it may hold `noRow`, too
 };
 
-/// All lists that may hold one of `elements` (ascending, each once, no -1) or -1, but those known
-/// already. `reaches` are those of `lists.side`, see crowds.h; not used when all lists are known.
+/// All lists that may hold one of `elements` (ascending, each once, no `noRow`) or
+/// `noRow`, but those known already. `reaches` are those of `lists.side`, see crowds.h; not used
+/// when all lists are known.
 std::vector<PossibleList> possibleLists(const NeighbourLists& lists, std::span<const float> reaches,
                                         std::span<const Row> elements);
 

@@ -35,11 +35,11 @@ std::vector<std::pair<std::size_t, Row>> sortedHashes(const SideRows& side) {
 /// That costs time and changes no result.
 void findCopies(SideRows& side) {
     side.firstCopy.resize(side.count);
-    side.nextCopy.assign(side.count, -1);
+    side.nextCopy.assign(side.count, noRow);
     std::size_t hashBefore = 0;
-    Row before = -1;
+    Row before = noRow;
     for (const auto& [hash, row] : sortedHashes(side)) {
-        if (before >= 0 && hash == hashBefore && bytesOf(side, before) == bytesOf(side, row)) {
+        if (before != noRow && hash == hashBefore && bytesOf(side, before) == bytesOf(side, row)) {
             side.firstCopy[row] = side.firstCopy[before];
             side.nextCopy[before] = row;
         } else {
@@ -49,7 +49,7 @@ void findCopies(SideRows& side) {
         before = row;
     }
     for (std::size_t i = 0; i < side.count; ++i) {
-        if (side.firstCopy[i] == static_cast<Row>(i)) {
+        if (side.firstCopy[i] == i) {
             side.distinct.push_back(static_cast<Row>(i));
         }
     }
@@ -76,7 +76,7 @@ SideRows stackRows(const FeatureMatrix& query, const FeatureMatrix& library) {
 
 const float* vectorOf(const SideRows& side, Row row) {
     return row == 0 ? side.query->data()
-                    : side.library->data() + (static_cast<std::size_t>(row) - 1) * side.width;
+                    : side.library->data() + (row - std::size_t{1}) * side.width;
 }
 
 float squaredDistance(const SideRows& side, Row a, Row b) {
@@ -85,7 +85,8 @@ float squaredDistance(const SideRows& side, Row a, Row b) {
 
 std::size_t countCopies(const SideRows& side, Row row, std::size_t limit) {
     std::size_t count = 0;
-    for (Row copy = side.firstCopy[row]; copy >= 0 && count < limit; copy = side.nextCopy[copy]) {
+    for (Row copy = side.firstCopy[row]; copy != noRow && count < limit;
+         copy = side.nextCopy[copy]) {
         ++count;
     }
     return count;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "shared/feature_matrix.h"
@@ -11,7 +12,10 @@
 namespace quillon {
 
 /// A row number: 0 for the query, r + 1 for library row r; below 2^31.
-using Row = std::int32_t;
+using Row = std::uint32_t;
+
+/// Stands where there is no row; equal to itself alone.
+inline constexpr Row noRow = std::numeric_limits<Row>::max();
 
 /// Refers to the two matrices, which must outlive it.
 struct SideRows {
@@ -23,7 +27,7 @@ struct SideRows {
     /// Rows of equal bits are copies of each other. They have the same distances to all rows, so
     /// what is found out for the first of them holds for all.
     std::vector<Row> firstCopy;  // N: the lowest of the row's copies, itself where it has none
-    std::vector<Row> nextCopy;   // N: the next higher one, -1 behind the last
+    std::vector<Row> nextCopy;   // N: the next higher one, noRow behind the last
     std::vector<Row> distinct;   // the rows that are first copies, ascending
 
     /// N: rounded as a sum of D products. Infinite or not a number where the vector is too long.

@@ -80,7 +80,7 @@ TEST(BuildNeighbourLists, AreTheNearestRowsByDistanceAndNumber) {
 
 TEST(BuildNeighbourLists, OneRowAloneHasTheSameList) {
     for (const LibraryKind kind : allLibraryKinds) {
-        for (const Row row : {0, 1, 77, 150}) {
+        for (const Row row : {0U, 1U, 77U, 150U}) {
             expectListsOf(makeRandomLibrary(kind, kind, 150, 5), {row}, nameOf(kind));
         }
     }
@@ -112,7 +112,7 @@ TEST(NothingListed, KnowsThatARowWithNanHasNoNeighbours) {
     library.shapeMatrix(9, 0) = 3e38F;
     NeighbourLists lists = nothingListed(stackRows(library.queryShape, library.shapeMatrix));
     EXPECT_EQ(lists.listed, (Rows{4, 9}));
-    EXPECT_EQ(listed(lists, 4), Rows(5, -1));
+    EXPECT_EQ(listed(lists, 4), Rows(5, noRow));
     EXPECT_FALSE(isListed(lists, 10));
     measureCurveAreas(lists, Rows{4});
     EXPECT_EQ(curveAreaOf(lists, 4), 0.0F);

@@ -44,7 +44,7 @@ Found expectNoneMissing(const RandomLibrary& library, const Rows& elements,
             if (isListed(lists, row)) {
                 continue;
             }
-            if (element == -1) {
+            if (element == noRow) {
                 EXPECT_TRUE(list != possible.end() && list->mayHaveGaps) << label << ' ' << row;
             } else if (contains(elements, element)) {
                 ++found.listing;

@@ -36,8 +36,10 @@ void expectEveryPairOnce(const SideRows& side, const Rows& rows, const Rows& col
             ASSERT_EQ(block.rows[i], rows[block.firstRow + i]);
             for (std::size_t j = 0; j < block.columns.size(); ++j) {
                 ASSERT_EQ(block.columns[j], columns[block.firstColumn + j]);
-                const int across = block.rows[i] % 64 - block.columns[j] % 64;
-                const int down = block.rows[i] / 64 - block.columns[j] / 64;
+                const int across =
+                    static_cast<int>(block.rows[i] % 64) - static_cast<int>(block.columns[j] % 64);
+                const int down =
+                    static_cast<int>(block.rows[i] / 64) - static_cast<int>(block.columns[j] / 64);
                 ASSERT_EQ(block.of(i)[j], static_cast<float>(across * across + down * down));
                 ++seen[(block.firstRow + i) * columns.size() + block.firstColumn + j];
             }

@@ -46,7 +46,7 @@ TEST(StackRows, FindsTheCopiesOfEachRow) {
     const Narrow narrow(2.0F, {1.0F, 2.0F, 3.0F, 1.0F, 2.0F, 1.0F, 4.0F});
     const SideRows side = stackRows(narrow.query, narrow.library);
     EXPECT_EQ(side.firstCopy, (Rows{0, 1, 0, 3, 1, 0, 1, 7}));
-    EXPECT_EQ(side.nextCopy, (Rows{2, 4, 5, -1, 6, -1, -1, -1}));
+    EXPECT_EQ(side.nextCopy, (Rows{2, 4, 5, noRow, 6, noRow, noRow, noRow}));
     EXPECT_EQ(side.distinct, (Rows{0, 1, 3, 7}));
     EXPECT_EQ(countCopies(side, 5, 10), 3U);
     EXPECT_EQ(countCopies(side, 5, 2), 2U);
