@@ -1,14 +1,17 @@
 #include "documents/json_file.h"
 
 #include <array>
+#include <cerrno>
 #include <fstream>
 #include <iomanip>
 #include <iterator>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "documents/binary_limits.h"
+#include "shared/json_tree.h"
 #include "shared/utf8_path.h"
 
 namespace quillon {
@@ -34,49 +37,43 @@ std::optional<Format> documentFormat(const std::filesystem::path& path) {
     return std::nullopt;
 }
 
-namespace {
-
-json parseBinary(const std::string& bytes, Format format) {
-    switch (format) {
-        case Format::bson:
-            return json::from_bson(bytes);
-        case Format::cbor:
-            return json::from_cbor(bytes);
-        case Format::msgpack:
-            return json::from_msgpack(bytes);
-        case Format::ubjson:
-            return json::from_ubjson(bytes);
-        default:
-            return json::from_bjdata(bytes);
-    }
-}
-
-}  // namespace
-
 json readJsonFile(const std::filesystem::path& path) {
     const std::optional<Format> format = documentFormat(path);
     std::ifstream stream(path,
                          format == Format::json ? std::ios::in : std::ios::in | std::ios::binary);
-    if (!stream) {
-        throw std::runtime_error("fail to open input file: " + utf8FromPath(path));
+    const int openError = stream ? 0 : errno;
+    // Some systems open a folder as if it were a file, and fail when it is read.
+    stream.peek();
+    if (!stream.is_open() || stream.bad()) {
+        if (openError == ENOMEM) {
+            throw std::bad_alloc();
+        }
+        const std::string text = "fail to open input file: " + utf8FromPath(path);
+        if (openError == EMFILE || openError == ENFILE) {
+            throw OpenRefused(text);
+        }
+        throw std::runtime_error(text);
     }
     if (!format) {
         throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
     }
+    // What json::parse does, but with the tree in our hands when it throws.
+    JsonTree document;
+    nlohmann::detail::json_sax_dom_parser<json> builder(document.root);
     if (format == Format::json) {
-        return json::parse(stream);
+        json::sax_parse(stream, &builder);
+    } else {
+        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        checkBinaryLimits(bytes, *format, path);
+        if (!json::sax_parse(bytes, &builder, *format)) {
+            // The library's BSON reader gives up without a word when the file ends before a
+            // string's closing NUL.
+            throw json::parse_error::create(
+                110, bytes.size() + 1,
+                "syntax error while parsing BSON string: unexpected end of input", nullptr);
+        }
     }
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    checkBinaryLimits(bytes, *format, path);
-    json document = parseBinary(bytes, *format);
-    if (document.is_discarded()) {
-        // The library's BSON reader gives up without a word when the file ends before a string's
-        // closing NUL.
-        throw json::parse_error::create(
-            110, bytes.size() + 1,
-            "syntax error while parsing BSON string: unexpected end of input", nullptr);
-    }
-    return document;
+    return std::move(document.root);
 }
 
 void writeJsonFile(const json& document, const std::filesystem::path& path, bool pretty) {

@@ -6,16 +6,23 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 
 namespace quillon {
 
 /// The format of the path's extension, or nothing for an unknown one.
 std::optional<nlohmann::json::input_format_t> documentFormat(const std::filesystem::path& path);
 
+/// Thrown for a file that can't be opened now, because too many are open.
+struct OpenRefused : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// Reads the whole file; nothing but white space may follow a JSON text, and nothing a binary
-/// value. Throws std::runtime_error when the file can't be opened or, after that, its extension is
-/// unknown, and for a binary document beyond the limits of `checkBinaryLimits`; the JSON library's
-/// exceptions when the content does not parse. Calls on several threads do not disturb each other.
+/// value. Throws std::runtime_error when the file can't be opened (OpenRefused if that may change)
+/// or, after that, its extension is unknown, and for a binary document beyond the limits of
+/// `checkBinaryLimits`; the JSON library's exceptions when the content does not parse. Calls on
+/// several threads do not disturb each other.
 nlohmann::json readJsonFile(const std::filesystem::path& path);
 
 /// Creates or empties the file, then writes. `pretty` indents JSON text by 4 blanks a level and

@@ -7,6 +7,7 @@
 #include "documents/json_file.h"
 #include "documents/query_text.h"
 #include "shared/document_keys.h"
+#include "shared/json_tree.h"
 
 namespace quillon {
 namespace {
@@ -36,10 +37,10 @@ FeatureMatrix firstRow(const json& rows) {
 }  // namespace
 
 void readQueryBlock(const std::filesystem::path& path, QueryType& queryType, QueryBlock& query) {
-    const json document = readJsonFile(path);
-    const json& shape = memberOf(document, shapeKey);
-    const json& text = memberOf(document, textKey);
-    const json& queryText = memberOf(document, queryTextKey);
+    const JsonTree document(readJsonFile(path));
+    const json& shape = memberOf(document.root, shapeKey);
+    const json& text = memberOf(document.root, textKey);
+    const json& queryText = memberOf(document.root, queryTextKey);
     query.shape = firstRow(shape);
     query.text = firstRow(text);
     if (!queryText.empty() && isMeaninglessText(elementOf(queryText, 0).get<std::string>())) {

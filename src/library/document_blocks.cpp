@@ -70,7 +70,8 @@ void appendBlocks(const json& document, DrawingBlocks& drawing, std::ostringstre
         }
         DrawingBlock block;
         block.key = std::move(key);
-        block.remarks = std::exchange(console, std::ostringstream()).str();
+        block.remarks = console.str();
+        console.str({});
         block.shapeFault = appendVector(shape, drawing.shapes);
         block.textFault = appendVector(text, drawing.texts);
         drawing.blocks.push_back(std::move(block));
@@ -83,6 +84,7 @@ DrawingBlocks blocksOfDocument(const json& document) {
     DrawingBlocks drawing;
     drawing.isNull = document.is_null();
     std::ostringstream console;
+    console.exceptions(std::ios::badbit);  // or it would lose text without a word
     try {
         appendBlocks(document, drawing, console);
     } catch (const json::exception&) {

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
@@ -13,6 +14,7 @@
 #include "library/ordered_reading.h"
 #include "shared/console.h"
 #include "shared/document_keys.h"
+#include "shared/json_tree.h"
 #include "shared/utf8_path.h"
 
 namespace quillon {
@@ -20,9 +22,13 @@ namespace {
 
 using nlohmann::json;
 
+/// Rethrows std::bad_alloc: a drawing that can't be read is its own fault, but one that memory
+/// lacks for would be missing among the hits through no fault of anyone's.
 std::string textOf(const std::exception_ptr& failure) {
     try {
         std::rethrow_exception(failure);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& exception) {
         return exception.what();
     } catch (...) {
@@ -34,6 +40,7 @@ std::string textOf(const std::exception_ptr& failure) {
 /// failure of the merge ends the load, but only after every file has been read and reported.
 void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
     std::ostringstream mergeText;
+    mergeText.exceptions(std::ios::badbit);  // or it would lose text without a word
     std::exception_ptr mergeFailure;
     readInOrder(files, [&](ReadEntry&& entry) {
         if (entry.failure) {
@@ -62,6 +69,8 @@ void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibr
             ReadEntry entry = readEntry(listed, buffers);
             addDrawingBlocks(std::move(entry.drawing), entry.path, dedupe, state, library.records,
                              std::cout);
+        } catch (const std::bad_alloc&) {
+            throw;  // as in textOf
         } catch (const std::exception& exception) {
             ++library.counters.failedDrawings;
             print("Fail to load {}\n\t{}\n", listed, exception.what());
@@ -73,8 +82,8 @@ void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibr
 
 void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLoad, bool dedupe,
                       BlockLibrary& library) {
-    const json list = readJsonFile(fileListPath);
-    const json& files = memberOf(list, filesKey);
+    const JsonTree list(readJsonFile(fileListPath));
+    const json& files = memberOf(list.root, filesKey);
     library.counters.totalDrawings = files.size();
     if (files.empty()) {
         throw std::runtime_error("There are no files in " + utf8FromPath(fileListPath));

@@ -25,8 +25,12 @@ ReadEntry readEntry(const nlohmann::json& entry, ReadBuffers& buffers);
 
 /// Reads all entries of `files` and calls `consume` with each, on the calling thread, in list
 /// order; failures of any type are handed over in the entry. The calling thread reads too while
-/// nothing is ready for it. Entries read ahead of their turn are bounded in memory. `consume` must
-/// not throw.
+/// nothing is ready for it. Entries read ahead of their turn are bounded in number and memory.
+///
+/// When the machine refuses an entry memory or a file descriptor, that entry and all behind it are
+/// read on the calling thread alone, after everything else that reading holds has been let go of.
+///
+/// What `consume` throws ends the reading and leaves this function.
 void readInOrder(const nlohmann::json& files, const std::function<void(ReadEntry&&)>& consume);
 
 }  // namespace quillon

@@ -10,6 +10,7 @@
 #include "documents/json_file.h"
 #include "library/document_blocks.h"
 #include "library/regular_drawing.h"
+#include "shared/json_tree.h"
 
 namespace quillon {
 namespace {
@@ -58,7 +59,8 @@ DrawingBlocks readDrawing(const std::filesystem::path& path, ReadBuffers& buffer
     if (std::optional<DrawingBlocks> drawing = readRegular(path, buffers)) {
         return std::move(*drawing);
     }
-    return blocksOfDocument(readJsonFile(path));
+    const JsonTree document(readJsonFile(path));
+    return blocksOfDocument(document.root);
 }
 
 }  // namespace quillon

@@ -1,6 +1,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -66,7 +67,13 @@ bool appendKeys(array keys, std::vector<DrawingBlock>& blocks) {
 std::optional<DrawingBlocks> readRegularJson(simdjson::dom::parser& parser, const char* bytes,
                                              std::size_t size) {
     simdjson::dom::object root;
-    if (parser.parse(bytes, size, false).get(root) != simdjson::SUCCESS) {
+    const simdjson::error_code error = parser.parse(bytes, size, false).get(root);
+    if (error == simdjson::MEMALLOC) {
+        // A parser that lacks a part of its memory does not notice when it is used again.
+        parser = simdjson::dom::parser();
+        throw std::bad_alloc();
+    }
+    if (error != simdjson::SUCCESS) {
         return std::nullopt;
     }
     const std::array<std::string_view, 3> names{blocksKey, shapeKey, textKey};

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "shared/document_keys.h"
+#include "shared/json_tree.h"
 #include "shared/utf8_path.h"
 
 namespace quillon {
@@ -31,14 +32,18 @@ std::filesystem::path resolveDrawingPath(const std::filesystem::path& encodingsP
 
 json buildResultDocument(const std::vector<SearchResult>& hits,
                          const std::vector<BlockRecord>& records, const LoadCounters& counters) {
-    json document;
-    document["stats"] = {
-        {"failedDrawings", counters.failedDrawings}, {"resultBlocks", std::uint64_t{hits.size()}},
-        {"totalBlocks", counters.totalBlocks},       {"totalDrawings", counters.totalDrawings},
-        {"uniqueBlocks", counters.uniqueBlocks},
-    };
+    // Member by member, each container made as such: an initialiser list makes arrays first, which
+    // can't be let go of without memory, and a null that turns into a container is neither of both
+    // when memory is refused.
+    JsonTree document(json::object());
+    json& stats = document.root["stats"] = json::object();
+    stats["failedDrawings"] = counters.failedDrawings;
+    stats["resultBlocks"] = std::uint64_t{hits.size()};
+    stats["totalBlocks"] = counters.totalBlocks;
+    stats["totalDrawings"] = counters.totalDrawings;
+    stats["uniqueBlocks"] = counters.uniqueBlocks;
 
-    json blocks;
+    json& blocks = document.root["blocks"];
     // Many hits come from few drawings, and a path takes longer to resolve than all else of a hit.
     std::unordered_map<const std::filesystem::path*, std::pair<std::string, std::string>> drawings;
     for (const SearchResult& hit : hits) {
@@ -53,20 +58,20 @@ json buildResultDocument(const std::vector<SearchResult>& hits,
                     .first;
         }
         const std::vector<std::string> fields = splitBlockKey(record.blockKey);
-        json block = {
-            {"name", fields[0]},
-            {"code", fields[1]},
-            {"handle", fields[2]},
-            {"index", hit.index},
-            {"distOrScore", double{hit.distOrScore}},
-            {"shapeWeight", double{hit.shapeWeight}},
-            {"textWeight", double{hit.textWeight}},
-        };
+        if (blocks.is_null()) {
+            blocks = json::array();
+        }
+        json& block = blocks.emplace_back(json::object());
+        block["name"] = fields[0];
+        block["code"] = fields[1];
+        block["handle"] = fields[2];
+        block["index"] = hit.index;
+        block["distOrScore"] = double{hit.distOrScore};
+        block["shapeWeight"] = double{hit.shapeWeight};
+        block["textWeight"] = double{hit.textWeight};
         block[drawing->second.first] = drawing->second.second;
-        blocks.push_back(std::move(block));
     }
-    document["blocks"] = std::move(blocks);
-    return document;
+    return std::move(document.root);
 }
 
 }  // namespace quillon

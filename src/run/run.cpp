@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "documents/json_file.h"
@@ -16,6 +15,7 @@
 #include "search/simple.h"
 #include "search/single_side.h"
 #include "shared/console.h"
+#include "shared/json_tree.h"
 
 namespace quillon {
 namespace {
@@ -114,8 +114,8 @@ int run(const std::vector<std::string>& arguments) {
     const auto searchedTime = Clock::now();
     print("Query time: {} ms\n", elapsedMs(loadedTime, searchedTime));
 
-    const nlohmann::json document = buildResultDocument(hits, library.records, library.counters);
-    writeJsonFile(document, options.output, options.pretty);
+    const JsonTree document(buildResultDocument(hits, library.records, library.counters));
+    writeJsonFile(document.root, options.output, options.pretty);
     const auto writtenTime = Clock::now();
     print("writeJsonFile: {} ms\n", elapsedMs(searchedTime, writtenTime));
 

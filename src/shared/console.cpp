@@ -1,6 +1,5 @@
 #include "shared/console.h"
 
-#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -10,7 +9,16 @@
 namespace quillon {
 
 void writeArgument(std::ostream& out, const std::filesystem::path& path) {
-    out << std::quoted(utf8FromPath(path));
+    // By hand: std::quoted collects the text first, and where memory for that is refused it writes
+    // the part it has.
+    out << '"';
+    for (const char character : utf8FromPath(path)) {
+        if (character == '"' || character == '\\') {
+            out << '\\';
+        }
+        out << character;
+    }
+    out << '"';
 }
 
 // The library's own writer recurses once a level, and a document out of a file may be nested as

@@ -76,38 +76,18 @@ TEST(BrokenFiles, UnreadableFilesCannotBeOpened) {
     expectFailuresAsDrawings(folder, {file});
 }
 
-// What a folder answers is the standard library's own; that it ends as a failure of that file is
-// not.
-TEST(BrokenFiles, FoldersAreNoDocuments) {
+// Whether the system opens a folder or not.
+TEST(BrokenFiles, FoldersCannotBeOpened) {
     const TempFolder folder;
     writeGoodRun(folder);
-    for (const std::string format : documentFormats) {
-        SCOPED_TRACE(format);
+    std::vector<BrokenFile> files;
+    for (const std::string format : {"json", "bson", "cbor", "msgpack", "ubj", "jdb", "none"}) {
         const std::string name = "folder." + format;
         fs::create_directory(folder.path() / name);
-        for (const std::string option : {"/encode", "/filelist"}) {
-            const ProgramResult result = runIn(folder, {"/method", "shape", option, name});
-            expectCleanEnd(result);
-            EXPECT_EQ(result.status, 1);
-            EXPECT_EQ(resultText(folder), "earlier");
-        }
-        folder.write("list.json", listDocument({name, "good.json"}));
-        for (const LoadMode& mode : loadModes) {
-            ConsoleText console;
-            console.parallel = mode.parallel;
-            const ProgramResult result = runIn(folder, mode.arguments("shape"));
-            expectCleanEnd(result);
-            EXPECT_EQ(result.status, 0);
-            const std::string out = maskTimes(result.out);
-            const std::string start =
-                console.untilFiles(2) + (mode.parallel ? "Warning: " : "Fail to load ");
-            EXPECT_TRUE(out.starts_with(start)) << out;
-            EXPECT_TRUE(out.ends_with(ConsoleText::summary(2, 1, 1, 0) + ConsoleText::success()))
-                << out;
-            EXPECT_EQ(json::parse(resultText(folder)).at("stats").at("failedDrawings"), 1);
-        }
-        writeGoodRun(folder);
+        files.push_back({name, "fail to open input file: " + name});
+        expectFailureAsQueryAndList(folder, files.back());
     }
+    expectFailuresAsDrawings(folder, files);
 }
 
 TEST(BrokenFiles, OutputsThatCannotBeOpenedAreNamed) {
