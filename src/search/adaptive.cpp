@@ -9,6 +9,7 @@
 
 #include "search/fused_similarity.h"
 #include "search/neighbours/crowds.h"
+#include "search/neighbours/product_resources.h"
 #include "search/refined_scores.h"
 #include "search/single_side.h"
 
@@ -133,6 +134,7 @@ void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatri
                       std::vector<SearchResult>& hits) {
     FusedSimilarities fused =
         nothingFused(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
+    secureProducts();
     Reaches reaches;
     for (std::size_t s = 0; s < reaches.size(); ++s) {
         if (listedRows == ListedRows::all) {

@@ -1,6 +1,8 @@
 #include "search/single_side.h"
 
 #include <faiss/IndexFlat.h>
+#include <faiss/impl/ResultHandler.h>
+#include <faiss/utils/distances.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -9,17 +11,42 @@
 namespace quillon {
 namespace {
 
+using Label = faiss::Index::idx_t;
+
 /// The nearest rows of one query: k distances and labels, label -1 where there are fewer rows.
 struct Nearest {
     std::vector<float> distances;
-    std::vector<faiss::Index::idx_t> labels;
+    std::vector<Label> labels;
 };
 
+/// What the index does with its rows for one query, on the matrix itself. In the index it runs in a
+/// parallel region, where memory that is refused ends the process.
+template <class Handler>
+void offerRows(Handler handler, const FeatureMatrix& query, const FeatureMatrix& matrix) {
+    const std::size_t width = matrix.shape(1);
+    typename Handler::SingleResultHandler result(handler);
+    result.begin(0);
+    for (std::size_t row = 0; row < matrix.shape(0); ++row) {
+        result.add_result(faiss::fvec_L2sqr(query.data(), matrix.data() + row * width, width),
+                          static_cast<Label>(row));
+    }
+    result.end();
+}
+
 Nearest nearestRows(std::uint32_t k, const FeatureMatrix& query, const FeatureMatrix& matrix) {
-    faiss::IndexFlatL2 index(static_cast<faiss::Index::idx_t>(matrix.shape(1)));
-    index.add(static_cast<faiss::Index::idx_t>(matrix.shape(0)), matrix.data());
-    Nearest nearest{std::vector<float>(k), std::vector<faiss::Index::idx_t>(k)};
-    index.search(1, query.data(), k, nearest.distances.data(), nearest.labels.data());
+    using Order = faiss::CMax<float, Label>;
+    Nearest nearest{std::vector<float>(k), std::vector<Label>(k)};
+    float* distances = nearest.distances.data();
+    Label* labels = nearest.labels.data();
+    if (k == 0) {
+        // Refused in the index's own words.
+        faiss::IndexFlatL2(static_cast<Label>(matrix.shape(1)))
+            .search(1, query.data(), 0, distances, labels);
+    } else if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
+        offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k), query, matrix);
+    } else {
+        offerRows(faiss::ReservoirResultHandler<Order>(1, distances, labels, k), query, matrix);
+    }
     return nearest;
 }
 

@@ -1,5 +1,5 @@
-// ByShape and ByText: exact nearest neighbours of the query on one side, through an index that is
-// built for the one call and dropped with it.
+// ByShape and ByText: exact nearest neighbours of the query on one side, as the index finds them,
+// without an index: the rows are searched where they lie.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace quillon {
 /// the query element by element is left out, its place in the k not refilled. `queryShape` 1 × D,
 /// `shapeMatrix` N × 512. Throws std::invalid_argument for D < 512, before anything else, and the
 /// index's exception for k = 0; a wider query is searched by its first columns, and then no row is
-/// its equal. Runs on the calling thread and the index's own.
+/// its equal. Runs on the calling thread.
 void searchByShape(std::uint32_t k, const FeatureMatrix& queryShape,
                    const FeatureMatrix& shapeMatrix, float minThreshold,
                    std::vector<SearchResult>& hits);

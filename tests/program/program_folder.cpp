@@ -94,11 +94,12 @@ json listDocument(const std::vector<std::string>& paths) {
     return {{"files", paths}};
 }
 
-ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more) {
+ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more,
+                    const std::vector<std::string>& launcher) {
     std::vector<std::string> arguments{"/filelist", "list.json",   "/encode", "query.json",
                                        "/output",   "result.json", "/method", "shape"};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return runProgram(arguments, folder.path());
+    return runProgram(arguments, folder.path(), launcher);
 }
 
 void writeGoodRun(const TempFolder& folder, const std::vector<std::string>& drawings) {

@@ -42,8 +42,9 @@ nlohmann::json drawingDocument(const std::vector<NamedBlock>& blocks);
 nlohmann::json listDocument(const std::vector<std::string>& paths);
 
 /// Searches by shape for "query.json" in "list.json" into "result.json". Options in `more` stand
-/// behind these and win over them.
-ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more);
+/// behind these and win over them. `launcher` as for `runProgram`.
+ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more,
+                    const std::vector<std::string>& launcher = {});
 
 /// Writes a query, a list of `drawings`, "good.json" with the one block "good", and "earlier" into
 /// "result.json".

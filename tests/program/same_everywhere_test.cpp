@@ -47,7 +47,7 @@ std::string resultEverywhere(const std::filesystem::path& folder, const std::str
                 {"/filelist", "filelist.json", "/encode", query, "/output",
                  (output.path() / "result.json").string(), "/topk", topK, "/min", "0.05"},
                 folder,
-                {"OMP_NUM_THREADS=" + threads, "OPENBLAS_CORETYPE=" + kernel,
+                {"env", "OMP_NUM_THREADS=" + threads, "OPENBLAS_CORETYPE=" + kernel,
                  "OPENBLAS_VERBOSE=2"});
             EXPECT_EQ(result.status, 0) << result.out;
             // Shows that the kernel was in force.

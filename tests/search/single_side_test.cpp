@@ -2,6 +2,7 @@
 // exact and many are equal.
 #include "search/single_side.h"
 
+#include <faiss/IndexFlat.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -102,6 +103,45 @@ TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
                               reference(k, query, rows, limit, false));
                 }
             }
+        }
+    }
+}
+
+// Copies, distances that are no numbers or infinite, and the index's two ways to keep the nearest:
+// below k = 100 and from there on.
+TEST(SearchByText, GivesTheAnswersOfTheIndex) {
+    std::mt19937 random(2);
+    for (const std::size_t rowCount : {1U, 99U, 100U, 101U, 250U, 1500U}) {
+        FeatureMatrix rows = FeatureMatrix::from_shape({rowCount, 8});
+        for (std::size_t r = 0; r < rowCount; ++r) {
+            const float scale = random() % 100 == 0 ? 1e30F : 1.0F;
+            for (std::size_t c = 0; c < 8; ++c) {
+                rows(r, c) = scale * static_cast<float>(random() % 2);
+            }
+            if (random() % 20 == 0) {
+                rows(r, random() % 8) = nan;
+            }
+        }
+        const FeatureMatrix query = matrixOf({{1, 0, 1, 0, 0.5F, 0, 0, 1}}, 8);
+        faiss::IndexFlatL2 index(8);
+        index.add(static_cast<faiss::Index::idx_t>(rowCount), rows.data());
+        for (const std::uint32_t k :
+             {1U, 2U, 5U, 98U, 99U, 100U, 101U, 200U, 1400U, 1500U, 2000U}) {
+            SCOPED_TRACE(testing::Message() << rowCount << " rows, k " << k);
+            std::vector<float> distances(k);
+            std::vector<faiss::Index::idx_t> labels(k);
+            index.search(1, query.data(), k, distances.data(), labels.data());
+            std::vector<Hit> expected;
+            for (std::size_t i = 0; i < k && labels[i] >= 0; ++i) {
+                expected.emplace_back(labels[i], distances[i]);
+            }
+            std::vector<SearchResult> results;
+            searchByText(k, query, rows, -infinity, results);
+            std::vector<Hit> hits;
+            for (const SearchResult& result : results) {
+                hits.emplace_back(result.index, result.distOrScore);
+            }
+            EXPECT_EQ(hits, expected);
         }
     }
 }

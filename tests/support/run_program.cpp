@@ -60,12 +60,12 @@ void runCommand(const std::string& command, ProgramResult& result) {
 
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::filesystem::path& workingFolder,
-                         const std::vector<std::string>& environment) {
+                         const std::vector<std::string>& launcher) {
     const TempFolder outputs;
     // The shell's place is taken by the program, so that status and memory are the program's.
-    std::string command = "cd " + quoted(utf8FromPath(workingFolder)) + " && exec env";
-    for (const std::string& variable : environment) {
-        command += " " + quoted(variable);
+    std::string command = "cd " + quoted(utf8FromPath(workingFolder)) + " && exec";
+    for (const std::string& word : launcher) {
+        command += " " + quoted(word);
     }
     command += " " + quoted(QUILLON_PROGRAM);
     for (const std::string& argument : arguments) {

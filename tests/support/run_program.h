@@ -15,11 +15,12 @@ struct ProgramResult {
     std::size_t peakMiB = 0;  // most memory held at a time; 0 on Windows
 };
 
-/// Runs the program with `arguments` (UTF-8) in `workingFolder`, with what is in `environment` as
-/// "NAME=value" added to the test's own.
+/// Runs the program with `arguments` (UTF-8) in `workingFolder`. `launcher` is the command that
+/// starts it and gives its place up to it, with the command's own arguments: "env" with variables,
+/// "prlimit" with limits.
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::filesystem::path& workingFolder,
-                         const std::vector<std::string>& environment = {});
+                         const std::vector<std::string>& launcher = {});
 
 /// The console text with every elapsed time replaced by "T".
 std::string maskTimes(const std::string& consoleText);

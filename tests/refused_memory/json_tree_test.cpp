@@ -1,0 +1,66 @@
+// Trees of every shape are taken apart without one request for memory.
+#include "shared/json_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "refused_memory/refusing_allocator.h"
+
+namespace quillon::test {
+namespace {
+
+using nlohmann::json;
+
+void expectDismantled(json document) {
+    refuseMemory(0, Refusal::onwards);
+    dismantle(document);
+    const bool isNull = document.is_null();
+    EXPECT_FALSE(grantMemory());
+    EXPECT_TRUE(isNull);
+}
+
+TEST(Dismantle, EmptiesLeavesAndContainers) {
+    expectDismantled(nullptr);
+    expectDismantled("a text that lies outside its value");
+    expectDismantled(json::array());
+    expectDismantled(json::object());
+    expectDismantled(
+        {1, "two", {3, {{"four", {5, json::array(), json::object()}}, {"six", 7}}, 8}});
+    expectDismantled({{"a", {{"b", {{"c", nullptr}}}, {"d", {1, {2, {3}}}}}}, {"e", {{{"f", 1}}}}});
+    expectDismantled(json::binary({1, 2, 3}));
+}
+
+TEST(Dismantle, EmptiesWideDocuments) {
+    json document = json::array();
+    for (int i = 0; i < 20000; ++i) {
+        document.push_back({{"name", "a text that lies outside its value"}, {"row", {i, {i}, i}}});
+    }
+    expectDismantled(std::move(document));
+}
+
+TEST(Dismantle, EmptiesDeepDocuments) {
+    json document;
+    for (int i = 0; i < 200000; ++i) {
+        json outer = i % 2 == 0 ? json::array() : json::object();
+        if (i % 2 == 0) {
+            outer.push_back(std::move(document));
+            outer.push_back(i % 4);
+        } else {
+            outer["inner"] = std::move(document);
+        }
+        document = std::move(outer);
+    }
+    expectDismantled(std::move(document));
+}
+
+TEST(JsonTree, DismantlesInTheEnd) {
+    {
+        JsonTree document(json{{"a", {1, {2, 3}}}});
+        refuseMemory(0, Refusal::onwards);
+    }
+    EXPECT_FALSE(grantMemory());
+}
+
+}  // namespace
+}  // namespace quillon::test
