@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +13,10 @@
 
 namespace quillon {
 namespace {
+
+/// The parser chooses among its kinds of code for this processor at its first use, and ends the
+/// process where it is refused the memory for that. So it is used ahead of everything.
+[[maybe_unused]] const std::string chosenCode = simdjson::get_active_implementation()->name();
 
 using simdjson::dom::array;
 using simdjson::dom::element;

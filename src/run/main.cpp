@@ -15,8 +15,14 @@
 
 namespace {
 
-int runGuarded(const std::vector<std::string>& arguments) {
+/// `toUtf8` turns a value of the system's into an argument.
+template <class Value, class ToUtf8>
+int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
     try {
+        std::vector<std::string> arguments;
+        for (int i = 0; i < count; ++i) {
+            arguments.push_back(toUtf8(values[i]));
+        }
         return quillon::run(arguments);
     } catch (const std::exception& exception) {
         quillon::printException(exception, 0);
@@ -30,12 +36,9 @@ int runGuarded(const std::vector<std::string>& arguments) {
 
 int wmain(int count, wchar_t** values) {
     std::setlocale(LC_ALL, ".UTF8");
-    std::vector<std::string> arguments;
-    for (int i = 0; i < count; ++i) {
-        std::wstring_convert<std::codecvt_utf8<wchar_t>> converter;
-        arguments.push_back(converter.to_bytes(values[i]));
-    }
-    return runGuarded(arguments);
+    return runGuarded(count, values, [](const wchar_t* value) {
+        return std::wstring_convert<std::codecvt_utf8<wchar_t>>().to_bytes(value);
+    });
 }
 
 #else
@@ -44,7 +47,7 @@ int main(int count, char** values) {
     // The system's own UTF-8 locale: character tests know all of Unicode, and the decimal separator
     // is the point whatever the user's language.
     std::setlocale(LC_ALL, "C.UTF-8");
-    return runGuarded(std::vector<std::string>(values, values + count));
+    return runGuarded(count, values, [](const char* value) { return std::string(value); });
 }
 
 #endif

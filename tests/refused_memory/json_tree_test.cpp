@@ -13,7 +13,7 @@ namespace {
 using nlohmann::json;
 
 void expectDismantled(json document) {
-    refuseMemory(0, Refusal::onwards);
+    refuseMemory(0);
     dismantle(document);
     const bool isNull = document.is_null();
     EXPECT_FALSE(grantMemory());
@@ -57,7 +57,7 @@ TEST(Dismantle, EmptiesDeepDocuments) {
 TEST(JsonTree, DismantlesInTheEnd) {
     {
         JsonTree document(json{{"a", {1, {2, 3}}}});
-        refuseMemory(0, Refusal::onwards);
+        refuseMemory(0);
     }
     EXPECT_FALSE(grantMemory());
 }

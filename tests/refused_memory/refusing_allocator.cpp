@@ -2,22 +2,19 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <limits>
 #include <new>
 
 namespace quillon::test {
 namespace {
 
-constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
-
 std::atomic<std::size_t> requests = 0;
-std::atomic<std::size_t> firstRefused = never;
-std::atomic<std::size_t> lastRefused = never;
+std::atomic<std::size_t> firstRefused = 0;
+std::atomic<std::size_t> refusedCount = 0;
 std::atomic<bool> hasRefused = false;
 
 bool isRefused() {
     const std::size_t request = requests++;
-    const bool refused = request >= firstRefused && request <= lastRefused;
+    const bool refused = request >= firstRefused && request - firstRefused < refusedCount;
     if (refused) {
         hasRefused = true;
     }
@@ -34,15 +31,15 @@ void* allocate(std::size_t size) {
 
 }  // namespace
 
-void refuseMemory(std::size_t first, Refusal refusal) {
-    requests = 0;
+void refuseMemory(std::size_t first, std::size_t count) {
     hasRefused = false;
-    lastRefused = refusal == Refusal::once ? first : never - 1;
+    requests = 0;
     firstRefused = first;
+    refusedCount = count;
 }
 
 bool grantMemory() {
-    firstRefused = never;
+    refusedCount = 0;
     return hasRefused;
 }
 

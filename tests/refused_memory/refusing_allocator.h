@@ -2,16 +2,15 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 
 namespace quillon::test {
 
-enum class Refusal {
-    once,     // one request, those behind it succeed again
-    onwards,  // it and all that follow
-};
+inline constexpr std::size_t allRequests = std::numeric_limits<std::size_t>::max();
 
-/// Refuses request number `first`, counted from here on over all threads, 0 being the next one.
-void refuseMemory(std::size_t first, Refusal refusal);
+/// Refuses `count` requests from number `first` on, counted from here over all threads, 0 being the
+/// next one.
+void refuseMemory(std::size_t first, std::size_t count = allRequests);
 
 /// Grants every request again. Returns whether one has been refused.
 bool grantMemory();
