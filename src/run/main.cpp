@@ -1,7 +1,9 @@
 // The process entry: UTF-8 arguments, a UTF-8 locale, the one handler for exceptions and the exit
 // status. The only file that knows the operating system.
+#include <algorithm>
 #include <clocale>
 #include <exception>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -20,9 +22,7 @@ template <class Value, class ToUtf8>
 int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
     try {
         std::vector<std::string> arguments;
-        for (int i = 0; i < count; ++i) {
-            arguments.push_back(toUtf8(values[i]));
-        }
+        std::transform(values, values + count, std::back_inserter(arguments), toUtf8);
         return quillon::run(arguments);
     } catch (const std::exception& exception) {
         quillon::printException(exception, 0);

@@ -1,9 +1,8 @@
 // The straight road against the exact one: what it takes, the other takes too, with the same
 // blocks to the bit; and what is regular it does take.
-#include <clocale>
+#include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 
 #include "documents/json_file.h"
@@ -45,7 +44,8 @@ bool haveSameRows(const GrowingRows& a, const GrowingRows& b) {
     for (std::size_t i = 0; i < a.rows() * a.rowWidth(); ++i) {
         const float x = a.row(0)[i];
         const float y = b.row(0)[i];
-        if (std::memcmp(&x, &y, sizeof(float)) != 0 && !(std::isnan(x) && std::isnan(y))) {
+        if (std::bit_cast<std::uint32_t>(x) != std::bit_cast<std::uint32_t>(y) &&
+            !(std::isnan(x) && std::isnan(y))) {
             return false;
         }
     }

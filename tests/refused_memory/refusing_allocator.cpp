@@ -66,8 +66,10 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 
-// The linker sends the calls of `realloc` here.
+// The linker sends the calls of `realloc` here, and gives both their names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" void* __real_realloc(void* memory, std::size_t size);
 extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
     return quillon::test::isRefused() ? nullptr : __real_realloc(memory, size);
 }
+// NOLINTEND(bugprone-reserved-identifier)
