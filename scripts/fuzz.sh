@@ -1,28 +1,30 @@
 #!/usr/bin/env bash
-# Lets the fuzzer look for inputs that break a promise, one target after the other, from the
-# committed corpus on:
+# Lets the fuzzer look for inputs that break a promise, from the committed corpus on, the targets side
+# by side:
 #     scripts/fuzz.sh [TARGET [SECONDS]]    TARGET: roads, readers, query, run or all; 60 seconds unless told
 # New inputs stay in build/fuzz/found/TARGET, findings in build/fuzz.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-targets=${1:-all}
+target=${1:-all}
 seconds=${2:-60}
-[ "$targets" != all ] || targets="roads readers query run"
+
+fuzz() {
+    found=build/fuzz/found/$1
+    log=build/fuzz/$1.log
+    mkdir -p "$found"
+    if ! "build/fuzz/tests/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=60 -rss_limit_mb=4096 \
+        -artifact_prefix="build/fuzz/$1-" -print_final_stats=1 "$found" "tests/fuzz/corpus/$1" >"$log" 2>&1; then
+        tail -n 60 "$log"
+        return 1
+    fi
+    echo "$1: $(grep -o 'cov: [0-9]*' "$log" | tail -n 1), $(grep '^Done' "$log"), no findings"
+}
+export -f fuzz
+export seconds
 
 scripts/install-packages.sh clang libclang-rt-14-dev libomp-dev
 scripts/build.sh fuzz
-for target in $targets; do
-    echo "== fuzz $target"
-    found=build/fuzz/found/$target
-    mkdir -p "$found"
-    log=build/fuzz/$target.log
-    # What belongs to the numerical libraries leaks nothing of ours but lives until the end.
-    if ! build/fuzz/tests/"fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=20 \
-        -rss_limit_mb=4096 -artifact_prefix=build/fuzz/ -print_final_stats=1 \
-        "$found" "tests/fuzz/corpus/$target" >"$log" 2>&1; then
-        tail -n 60 "$log"
-        exit 1
-    fi
-    grep -E 'stat::number_of_executed_units|DONE' "$log"
-done
+[ "$target" != all ] || target="roads readers query run"
+echo "== fuzz $target, $seconds s"
+printf '%s\n' $target | xargs -P "$(nproc)" -I{} bash -euc 'fuzz {}'

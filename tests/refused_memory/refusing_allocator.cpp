@@ -45,8 +45,13 @@ bool grantMemory() {
 
 }  // namespace quillon::test
 
-// The forms with an alignment or without an exception are left to the standard library; the latter
-// go by way of these.
+// The forms with an alignment are left to the standard library.
+void* operator new(std::size_t size, const std::nothrow_t& /*form*/) noexcept {
+    return quillon::test::isRefused() ? nullptr : std::malloc(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*form*/) noexcept {
+    return quillon::test::isRefused() ? nullptr : std::malloc(size);
+}
 void* operator new(std::size_t size) {
     return quillon::test::allocate(size);
 }
