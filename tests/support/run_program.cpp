@@ -73,6 +73,10 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
     }
     command += " >" + quoted(utf8FromPath(outputs.path() / "out")) + " 2>" +
                quoted(utf8FromPath(outputs.path() / "error"));
+#ifndef _WIN32
+    // What the test itself was started with is no business of the program's.
+    command += " 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-";
+#endif
     ProgramResult result;
     runCommand(command, result);
     result.out = readBytes(outputs.path() / "out");
