@@ -1,5 +1,7 @@
 #include "search/neighbours/product_resources.h"
 
+#include <faiss/VectorTransform.h>
+
 #include <cstddef>
 #include <exception>
 #include <latch>
@@ -33,6 +35,18 @@ bool canStartThreads(int count) {
     return true;
 }
 
+/// Large enough for all threads: work space and threads stay with BLAS from here on, whatever is
+/// taken later.
+void makeFirstProduct() {
+    constexpr std::size_t size = 128;
+    faiss::LinearTransform product(size, size);
+    product.is_trained = true;
+    product.A.resize(size * size);
+    const std::vector<float> vectors(size * size);
+    std::vector<float> products(size * size);
+    product.apply_noalloc(size, vectors.data(), products.data());
+}
+
 }  // namespace
 
 void secureProducts() {
@@ -41,6 +55,7 @@ void secureProducts() {
         omp_set_num_threads(1);
     }
     ::operator delete(workSpace);
+    makeFirstProduct();
 }
 
 }  // namespace quillon
