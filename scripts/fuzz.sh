@@ -14,7 +14,7 @@ fuzz() {
     log=build/fuzz/$1.log
     mkdir -p "$found"
     if ! "build/fuzz/tests/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=60 -rss_limit_mb=4096 \
-        -artifact_prefix="build/fuzz/$1-" -print_final_stats=1 "$found" "tests/fuzz/corpus/$1" >"$log" 2>&1; then
+        -artifact_prefix="build/fuzz/$1-" "$found" "tests/fuzz/corpus/$1" >"$log" 2>&1; then
         tail -n 60 "$log"
         return 1
     fi

@@ -13,8 +13,7 @@ namespace quillon {
 /// them nearest to the query by text whose squared text distance is below 1, nearest text first;
 /// `distOrScore` is the shape distance. The candidate at position L of the shape ranking is left
 /// out when library row L has the query's shape vector. Throws as `searchByShape` and
-/// `searchByText` do, both widths tested before anything else. Runs on the calling thread and the
-/// index's own.
+/// `searchByText` do, both widths tested before anything else. Runs on the calling thread.
 void searchSimple(std::uint32_t k, const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
                   const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits);

@@ -67,9 +67,7 @@ TEST(BrokenFiles, UnreadableFilesCannotBeOpened) {
     const fs::path path = folder.write("locked.json", queryDocument());
     fs::permissions(path, fs::perms::none);
     if (std::ifstream(path)) {
-        // Root reads whatever the permissions say, so under root there is no unreadable file to
-        // test with.
-        GTEST_SKIP() << "this user may read everything";
+        GTEST_SKIP() << "root reads whatever the permissions say: it has no unreadable file";
     }
     const BrokenFile file{"locked.json", "fail to open input file: locked.json"};
     expectFailureAsQueryAndList(folder, file);

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <new>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <random>
 #include <streambuf>
 #include <string>
@@ -15,6 +16,7 @@
 #include "library/regular_drawing.h"
 #include "refused_memory/refusing_allocator.h"
 #include "run/run.h"
+#include "search/single_side.h"
 #include "shared/utf8_path.h"
 #include "support/encodings.h"
 #include "support/odd_documents.h"
@@ -168,6 +170,29 @@ TEST(ReadRegularJson, MayBeRefusedMemoryAndReadAgain) {
         EXPECT_TRUE(readRegularJson(parser, bytes.data(), size)) << "request " << first;
     }
     EXPECT_GT(first, 10U);
+}
+
+// From 100 hits on the index's own search asks for memory where a refusal ends the process.
+TEST(SearchByText, MayBeRefusedMemoryForManyHits) {
+    FeatureMatrix rows = FeatureMatrix::from_shape({150, 4});
+    std::iota(rows.begin(), rows.end(), 0.0F);
+    FeatureMatrix query = FeatureMatrix::from_shape({1, 4});
+    query.fill(0.0F);
+    std::size_t first = 0;
+    for (bool hasRefused = true; hasRefused; ++first) {
+        std::vector<SearchResult> hits;
+        bool isRefused = false;
+        refuseMemory(first, 1);
+        try {
+            searchByText(120, query, rows, -1e9F, hits);
+        } catch (const std::bad_alloc&) {
+            isRefused = true;
+        }
+        hasRefused = grantMemory();
+        EXPECT_EQ(isRefused, hasRefused) << "request " << first;
+        EXPECT_TRUE(isRefused || hits.size() == 120U) << "request " << first;
+    }
+    EXPECT_GT(first, 4U);
 }
 
 // One request: what is read again succeeds. Some: what is read again does not, and all behind it
