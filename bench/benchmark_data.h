@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "generate_library.h"
-#include "library/block_records.h"
+#include "library/block_library.h"
 
 namespace quillon::bench {
 

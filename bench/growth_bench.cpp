@@ -41,15 +41,15 @@ void growthOfLoad(const char* operation, const LibrarySpec& spec, const Settings
 
 /// How many rows Adaptive looks at more closely, up to where it settles scores.
 void rowsThatCount(const SearchData& data, Report& report) {
-    FusedSimilarities fused = nothingFused(stackRows(data.queryShape, data.shapeMatrix),
-                                           stackRows(data.queryText, data.textMatrix));
-    const Reaches reaches{reachesOfNeighbourhoods(fused.sides[0].lists.side),
-                          reachesOfNeighbourhoods(fused.sides[1].lists.side)};
-    const RefinedScores refined = refineByNeighbours(fused, reaches, 5);
+    WeightedSides weighted = nothingWeighed(stackRows(data.queryShape, data.shapeMatrix),
+                                            stackRows(data.queryText, data.textMatrix));
+    const Reaches reaches{reachesOfNeighbourhoods(weighted.sides[0].lists.side),
+                          reachesOfNeighbourhoods(weighted.sides[1].lists.side)};
+    const RefinedScores refined = refineByNeighbours(weighted, reaches, 5);
     std::set<quillon::Row> listed;
     std::set<quillon::Row> mayShare;
-    for (std::size_t s = 0; s < fused.sides.size(); ++s) {
-        listed.insert(fused.sides[s].lists.listed.begin(), fused.sides[s].lists.listed.end());
+    for (std::size_t s = 0; s < weighted.sides.size(); ++s) {
+        listed.insert(weighted.sides[s].lists.listed.begin(), weighted.sides[s].lists.listed.end());
         for (const PossibleList& possible : refined.sharers[s].possible) {
             mayShare.insert(possible.row);
         }

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "library/block_key.h"
 #include "shared/document_keys.h"
 #include "shared/json_tree.h"
 #include "shared/utf8_path.h"

@@ -192,5 +192,22 @@ TEST(ReadJsonFile, RefusesHugeAnnouncedSizes) {
     }
 }
 
+// The readers recurse there without an event, so that nothing counts the nesting but the stack.
+TEST(CheckBinaryLimits, NamesTheStackWhereNestingIsNotCounted) {
+    const struct {
+        Input format;
+        std::string bytes;
+    } cases[] = {
+        {Input::cbor, repeated("\x7F", 1000000)},    // a text of chunks that are texts of chunks
+        {Input::cbor, repeated("\x5F", 1000000)},    // the same of bytes
+        {Input::bjdata, repeated("[$i#", 1000000)},  // a size that is an array with a size
+    };
+    for (const auto& [format, bytes] : cases) {
+        EXPECT_EQ(thrownText<std::runtime_error>(
+                      [&] { checkBinaryLimits(bytes, format, pathFromUtf8("Tür/deep.x")); }),
+                  "document nested too deeply for 4 MiB of stack: Tür/deep.x");
+    }
+}
+
 }  // namespace
 }  // namespace quillon

@@ -1,5 +1,5 @@
 // The load against the plain one that holds every file as a tree: rows, records, counts, console
-// and exception must be the same for regular and irregular documents, in every format and either
+// and exception must be the same for tidy and untidy documents, in every format and either
 // mode.
 #include <gtest/gtest.h>
 
@@ -99,31 +99,31 @@ class LibraryFolder {
     json files = json::array();
 };
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnRegularDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnTidyDocuments) {
     std::mt19937 random(1);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 12; ++repeat) {
             LibraryFolder folder;
             for (int file = 0; file < 5; ++file) {
-                folder.add(extension, encoded(regularDocument(random), extension));
+                folder.add(extension, encoded(tidyDocument(random), extension));
             }
             expectSameLoads(folder.list(), std::string(extension));
         }
     }
 }
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnIrregularDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnUntidyDocuments) {
     std::mt19937 random(2);
-    for (std::size_t kind = 0; kind < irregularityCount; ++kind) {
+    for (std::size_t kind = 0; kind < untidinessCount; ++kind) {
         for (const std::string_view extension : allExtensions) {
             for (int repeat = 0; repeat < 3; ++repeat) {
-                json irregular = regularDocument(random);
-                const std::string name = makeIrregular(irregular, kind, random);
+                json untidy = tidyDocument(random);
+                const std::string name = makeUntidy(untidy, kind, random);
                 // Among good files, so that what stands before and behind it counts too.
                 LibraryFolder folder;
-                folder.add(".json", encoded(regularDocument(random), ".json"));
-                folder.add(extension, encoded(irregular, extension));
-                folder.add(".cbor", encoded(regularDocument(random), ".cbor"));
+                folder.add(".json", encoded(tidyDocument(random), ".json"));
+                folder.add(extension, encoded(untidy, extension));
+                folder.add(".cbor", encoded(tidyDocument(random), ".cbor"));
                 folder.addMissing("missing.json");
                 expectSameLoads(folder.list(), name + ", " + std::string(extension));
             }
@@ -135,11 +135,11 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedText) {
     std::mt19937 random(3);
     for (std::size_t kind = 0; kind < damageCount; ++kind) {
         for (int repeat = 0; repeat < 10; ++repeat) {
-            std::string text = encoded(regularDocument(random), ".json");
+            std::string text = encoded(tidyDocument(random), ".json");
             const std::string name = damageText(text, kind, random);
             LibraryFolder folder;
             folder.add(".json", text);
-            folder.add(".json", encoded(regularDocument(random), ".json"));
+            folder.add(".json", encoded(tidyDocument(random), ".json"));
             expectSameLoads(folder.list(), name);
         }
     }
@@ -149,7 +149,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
     std::mt19937 random(4);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 40; ++repeat) {
-            std::string bytes = encoded(regularDocument(random), extension);
+            std::string bytes = encoded(tidyDocument(random), extension);
             // The structure stands in the first bytes and around the vectors' ends.
             const std::size_t place = random() % (repeat % 2 == 0 ? 64 : bytes.size());
             bytes[place] = static_cast<char>(random());
@@ -158,7 +158,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
             }
             LibraryFolder folder;
             folder.add(extension, bytes);
-            folder.add(".msgpack", encoded(regularDocument(random), ".msgpack"));
+            folder.add(".msgpack", encoded(tidyDocument(random), ".msgpack"));
             expectSameLoads(folder.list(), std::string(extension) + " byte " +
                                                std::to_string(place) + " repeat " +
                                                std::to_string(repeat));
@@ -172,9 +172,9 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnMixedLibraries) {
         LibraryFolder folder;
         for (int file = 0; file < 8; ++file) {
             const std::string_view extension = allExtensions[random() % 6];
-            json document = regularDocument(random);
+            json document = tidyDocument(random);
             if (random() % 4 == 0) {
-                makeIrregular(document, random() % irregularityCount, random);
+                makeUntidy(document, random() % untidinessCount, random);
             }
             folder.add(extension, encoded(document, extension));
         }

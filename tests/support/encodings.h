@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "library/block_records.h"
+#include "library/block_library.h"
 #include "support/temp_folder.h"
 
 namespace quillon::test {

@@ -35,7 +35,7 @@ inline NeighbourLists listsOf(const std::vector<std::vector<Row>>& lists,
     return listed;
 }
 
-inline FusedSimilarities fusedOf(NeighbourLists shapes, NeighbourLists texts) {
+inline WeightedSides weightedOf(NeighbourLists shapes, NeighbourLists texts) {
     const std::size_t rows = shapes.side.count;
     return {{WeightedSide{std::move(shapes), std::vector<float>(rows)},
              WeightedSide{std::move(texts), std::vector<float>(rows)}},

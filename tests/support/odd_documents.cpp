@@ -100,13 +100,13 @@ json nested(std::size_t depth) {
     return value;
 }
 
-struct Irregularity {
+struct Untidiness {
     const char* name;
     std::function<void(json&, std::mt19937&)> apply;
 };
 
-const std::vector<Irregularity>& irregularities() {
-    static const std::vector<Irregularity> all{
+const std::vector<Untidiness>& untidinesses() {
+    static const std::vector<Untidiness> all{
         {"another top level", [](json& d, auto& r) { d = oddValue(r, json::value_t::object); }},
         {"a missing member", [](json& d, auto& r) { d.erase(anyMember(r)); }},
         {"a member of another type",
@@ -245,7 +245,7 @@ std::string encoded(const json& document, std::string_view extension) {
     return bytes;
 }
 
-json regularDocument(std::mt19937& random) {
+json tidyDocument(std::mt19937& random) {
     static const char* const handles[] = {"0", "1F", "00", "2A*further"};
     json document = {{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
     const std::size_t count = 1 + draw(random, 4);
@@ -262,11 +262,11 @@ json regularDocument(std::mt19937& random) {
     return document;
 }
 
-const std::size_t irregularityCount = irregularities().size();
+const std::size_t untidinessCount = untidinesses().size();
 
-std::string makeIrregular(json& document, std::size_t kind, std::mt19937& random) {
-    irregularities()[kind].apply(document, random);
-    return irregularities()[kind].name;
+std::string makeUntidy(json& document, std::size_t kind, std::mt19937& random) {
+    untidinesses()[kind].apply(document, random);
+    return untidinesses()[kind].name;
 }
 
 const std::size_t damageCount = damages().size();

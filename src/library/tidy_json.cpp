@@ -1,3 +1,4 @@
+// The straight road from JSON text.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -6,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "library/block_records.h"
-#include "library/regular_drawing.h"
+#include "library/block_key.h"
+#include "library/tidy_drawing.h"
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 
@@ -69,10 +70,9 @@ bool appendKeys(array keys, std::vector<DrawingBlock>& blocks) {
 
 }  // namespace
 
-std::optional<DrawingBlocks> readRegularJson(simdjson::dom::parser& parser, const char* bytes,
-                                             std::size_t size) {
+std::optional<DrawingBlocks> tidyJsonBlocks(std::string_view bytes, simdjson::dom::parser& parser) {
     simdjson::dom::object root;
-    const simdjson::error_code error = parser.parse(bytes, size, false).get(root);
+    const simdjson::error_code error = parser.parse(bytes.data(), bytes.size(), false).get(root);
     if (error == simdjson::MEMALLOC) {
         // A parser that lacks a part of its memory does not notice when it is used again.
         parser = simdjson::dom::parser();
@@ -97,8 +97,8 @@ std::optional<DrawingBlocks> readRegularJson(simdjson::dom::parser& parser, cons
     DrawingBlocks drawing;
     if (members[0] && members[1] && members[2] && appendKeys(*members[0], drawing.blocks) &&
         appendVectors(*members[1], drawing.shapes) && appendVectors(*members[2], drawing.texts) &&
-        drawing.shapes.rows() == drawing.blocks.size() &&
-        drawing.texts.rows() == drawing.blocks.size()) {
+        drawing.shapes.rowCount() == drawing.blocks.size() &&
+        drawing.texts.rowCount() == drawing.blocks.size()) {
         return drawing;
     }
     return std::nullopt;

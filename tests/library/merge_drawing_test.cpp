@@ -1,10 +1,16 @@
-// Which blocks of the encodings documents enter the library, in both ways of loading.
-#include "library/block_records.h"
+// Which blocks enter the library: of drawings made by hand, and of encodings documents in both ways
+// of loading.
+#include "library/merge_drawing.h"
 
 #include <gtest/gtest.h>
 
+#include <exception>
+#include <filesystem>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -19,21 +25,110 @@ using nlohmann::json;
 using namespace test;
 using Fields = std::vector<std::string>;
 
-TEST(SplitBlockKey, CutsAtEveryStar) {
-    EXPECT_EQ(splitBlockKey("Door 23*D7*3A"), (Fields{"Door 23", "D7", "3A"}));
-    EXPECT_EQ(splitBlockKey("TÜR*椅子*0*more*"), (Fields{"TÜR", "椅子", "0", "more", ""}));
-    EXPECT_EQ(splitBlockKey("no star"), (Fields{"no star"}));
+/// Blocks whose vectors begin with 1, 2, 3 ... in the shape and -1, -2, -3 ... in the text.
+DrawingBlocks drawingOf(const std::vector<std::string>& keys) {
+    DrawingBlocks drawing;
+    for (const std::string& key : keys) {
+        drawing.blocks.emplace_back().key = key;
+        const auto mark = static_cast<float>(drawing.blocks.size());
+        *drawing.shapes.append() = mark;
+        *drawing.texts.append() = -mark;
+    }
+    return drawing;
 }
 
-TEST(SplitBlockKey, KeepsEmptyFields) {
-    EXPECT_EQ(splitBlockKey("Door**3A"), (Fields{"Door", "", "3A"}));
-    EXPECT_EQ(splitBlockKey("**"), (Fields{"", "", ""}));
-    EXPECT_EQ(splitBlockKey("*"), (Fields{"", ""}));
-    EXPECT_EQ(splitBlockKey(""), (Fields{""}));
+std::exception_ptr failureOf(const char* text) {
+    return std::make_exception_ptr(std::runtime_error(text));
 }
 
-TEST(SplitBlockKey, NeitherTrimsNorUnescapes) {
-    EXPECT_EQ(splitBlockKey(R"( a \* b *c)"), (Fields{R"( a \)", " b ", "c"}));
+/// What drawings leave that are merged one after the other.
+struct Merged {
+    MergeState state;
+    std::vector<BlockRecord> records;
+    std::string remarks;
+    std::string failure;
+
+    void add(DrawingBlocks drawing, bool dedupe = true) {
+        const auto path = std::make_shared<const std::filesystem::path>("a.json");
+        try {
+            addDrawingBlocks(std::move(drawing), path, dedupe, state, records, remarks);
+        } catch (const std::runtime_error& exception) {
+            failure = exception.what();
+        }
+    }
+    Fields keys() const {
+        Fields all;
+        for (const BlockRecord& record : records) {
+            all.push_back(record.blockKey);
+        }
+        return all;
+    }
+};
+
+TEST(MergeOfDrawings, RowsRecordsAndCountsGoTogether) {
+    Merged merged;
+    merged.add(drawingOf({"zero*Z*0", "a*A*1", "again*A*2", "last*Y*0", "b*B*3"}));
+    EXPECT_EQ(merged.keys(), (Fields{"a*A*1", "b*B*3", "last*Y*0"}));
+    EXPECT_EQ(merged.state.uniqueCount, 3U);
+    EXPECT_EQ(merged.state.duplicateCount, 1U);
+    EXPECT_EQ(merged.state.seenCodes, (std::unordered_set<std::string>{"A", "B", "Y"}));
+    EXPECT_EQ(marks(std::move(merged.state.shapes).takeMatrix(3)), (std::vector<float>{2, 5, 4}));
+    EXPECT_EQ(marks(std::move(merged.state.texts).takeMatrix(3)), (std::vector<float>{-2, -5, -4}));
+}
+
+TEST(MergeOfDrawings, RemarksComeInTheirOrderUpToTheFailure) {
+    Merged merged;
+    DrawingBlocks drawing = drawingOf({"a*A*1", "b*B*2", "zero*Z*0"});
+    drawing.blocks[0].remarks = "before a\n";
+    drawing.blocks[1].remarks = "before b\n";
+    drawing.remarks = "behind\n";
+    drawing.failure = failureOf("broken off");
+    merged.remarks = "earlier\n";
+    merged.add(std::move(drawing));
+    EXPECT_EQ(merged.remarks, "earlier\nbefore a\nbefore b\nbehind\n");
+    EXPECT_EQ(merged.failure, "broken off");
+    EXPECT_EQ(merged.keys(), (Fields{"a*A*1", "b*B*2"}));
+    EXPECT_EQ(merged.state.uniqueCount, 2U);
+
+    merged = {};
+    drawing = drawingOf({"a*A*1", "b*B*2"});
+    drawing.blocks[0].shapeFault = failureOf("no number");
+    drawing.blocks[1].remarks = "never seen\n";
+    merged.add(std::move(drawing));
+    EXPECT_EQ(merged.failure, "no number");
+    EXPECT_EQ(merged.remarks, "");
+}
+
+TEST(MergeOfDrawings, AFaultLeavesWhatWentInBeforeIt) {
+    struct Case {
+        bool isShape;
+        std::size_t shapes;
+    };
+    for (const auto& [isShape, shapes] : {Case{true, 0}, Case{false, 1}}) {
+        Merged merged;
+        DrawingBlocks drawing = drawingOf({"a*A*1"});
+        (isShape ? drawing.blocks[0].shapeFault : drawing.blocks[0].textFault) =
+            failureOf("no number");
+        merged.add(std::move(drawing));
+        EXPECT_EQ(merged.failure, "no number");
+        EXPECT_EQ(merged.keys(), Fields{"a*A*1"});
+        EXPECT_EQ(merged.state.seenCodes.count("A"), 1U);
+        EXPECT_EQ(merged.state.uniqueCount, 0U);
+        EXPECT_EQ(merged.state.shapes.rowCount(), shapes);
+        EXPECT_EQ(merged.state.texts.rowCount(), 0U);
+    }
+}
+
+TEST(MergeOfDrawings, AFaultOfADuplicateIsNeverMet) {
+    for (const bool dedupe : {true, false}) {
+        Merged merged;
+        merged.add(drawingOf({"a*A*1"}));
+        DrawingBlocks drawing = drawingOf({"b*A*1"});
+        drawing.blocks[0].shapeFault = failureOf("no number");
+        merged.add(std::move(drawing), dedupe);
+        EXPECT_EQ(merged.failure, dedupe ? "" : "no number");
+        EXPECT_EQ(merged.state.duplicateCount, dedupe ? 1U : 0U);
+    }
 }
 
 /// The parameter is `parallelLoad`.

@@ -1,12 +1,12 @@
+// The straight road from the five binary formats.
 #include <array>
 #include <cstddef>
 #include <string>
 #include <utility>
 
 #include "documents/binary_limits.h"
-#include "documents/binary_walk.h"
-#include "library/block_records.h"
-#include "library/regular_drawing.h"
+#include "library/block_key.h"
+#include "library/tidy_drawing.h"
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 
@@ -15,17 +15,17 @@ namespace {
 
 using nlohmann::json;
 
-/// Takes the events of the JSON library's parsers straight into blocks. Returning false ends the
-/// parse: the document is not regular.
-class RegularEvents {
+/// Takes the events of the JSON library's parsers straight into blocks. Once the document turns out
+/// untidy, what has been taken is dropped and only the limits are counted to the end.
+class TidyEvents {
   public:
-    explicit RegularEvents(std::size_t fileBytes) : limits(fileBytes) {}
+    explicit TidyEvents(std::size_t fileBytes) : limits(fileBytes) {}
 
-    /// The drawing, after a whole document without a false.
+    /// The drawing, after a whole document.
     std::optional<DrawingBlocks> takeDrawing() {
-        const bool isComplete = seen[0] && seen[1] && seen[2];
-        if (isComplete && drawing.shapes.rows() == drawing.blocks.size() &&
-            drawing.texts.rows() == drawing.blocks.size()) {
+        const bool isComplete = isTidy && seen[0] && seen[1] && seen[2];
+        if (isComplete && drawing.shapes.rowCount() == drawing.blocks.size() &&
+            drawing.texts.rowCount() == drawing.blocks.size()) {
             return std::move(drawing);
         }
         return std::nullopt;
@@ -53,43 +53,34 @@ class RegularEvents {
     }
 
     bool start_object(std::size_t /*size*/) {
-        const bool isRoot = limits.currentDepth() == 0;
-        return (isRoot || member == Member::other) && limits.open();
+        stayTidyIf(member == Member::other);
+        return limits.open();
     }
     bool end_object() { return limits.close(); }
 
     bool key(std::string& name) {
-        if (limits.currentDepth() > 1) {
-            return true;
+        if (isTidy && limits.currentDepth() == 1) {
+            member = memberNamed(name);
+            if (member != Member::other) {
+                stayTidyIf(!std::exchange(seen[static_cast<std::size_t>(member)], true));
+            }
         }
-        member = memberNamed(name);
-        if (member == Member::other) {
-            return true;
-        }
-        // A member that stands twice is not regular.
-        return !std::exchange(seen[static_cast<std::size_t>(member)], true);
+        return true;
     }
 
     bool start_array(std::size_t /*size*/) {
-        if (member != Member::other) {
-            GrowingRows* rows = rowsOfMember();
-            if (limits.currentDepth() == 2 && rows != nullptr) {
-                next = rows->append();
-                vectorEnd = next + rows->rowWidth();
-            } else if (limits.currentDepth() != 1) {
-                return false;
-            }
+        if (GrowingRows* rows = rowsOfMember(); rows != nullptr && limits.currentDepth() == 2) {
+            next = rows->append();
+            vectorEnd = next + rows->rowWidth();
+        } else {
+            stayTidyIf(member == Member::other || limits.currentDepth() == 1);
         }
         return limits.open();
     }
 
     bool end_array() {
-        if (limits.currentDepth() == 3 && member != Member::other) {
-            if (next != vectorEnd || !limits.value(rowsOfMember()->rowWidth())) {
-                return false;
-            }
-            next = vectorEnd = nullptr;
-        }
+        stayTidyIf(next == vectorEnd);
+        next = vectorEnd = nullptr;
         return limits.close();
     }
 
@@ -97,6 +88,8 @@ class RegularEvents {
                             const json::exception& /*error*/) {
         return false;
     }
+
+    BinaryLimits limits;
 
   private:
     enum class Member : std::size_t { blocks = 0, shape = 1, text = 2, other = 3 };
@@ -116,18 +109,28 @@ class RegularEvents {
 
     bool number(float value) {
         if (next != vectorEnd) {
-            *next++ = value;  // counted when the vector ends
-            return true;
+            *next++ = value;
+            return limits.value();
         }
         return irrelevantValue();
     }
 
-    /// A value that is none of a regular member's: fine in other members, and only there.
+    /// A value that is none of a tidy member's: fine in other members, and only there.
     bool irrelevantValue() {
-        return member == Member::other && limits.currentDepth() > 0 && limits.value();
+        stayTidyIf(member == Member::other);
+        return limits.value();
     }
 
-    BinaryLimits limits;
+    void stayTidyIf(bool isTidyStill) {
+        if (!isTidyStill) {
+            isTidy = false;
+            member = Member::other;
+            next = vectorEnd = nullptr;
+            drawing = {};
+        }
+    }
+
+    bool isTidy = true;
     Member member = Member::other;  // the top-level member that the events belong to
     std::array<bool, 3> seen{};
     // Where the next number of the open vector goes; equal when no vector is open or it is full.
@@ -138,17 +141,10 @@ class RegularEvents {
 
 }  // namespace
 
-std::optional<DrawingBlocks> readRegularBinary(std::string_view bytes,
-                                               json::input_format_t format) {
-    RegularEvents events(bytes.size());
-    try {
-        if (!walkBinary(bytes, format, events)) {
-            return std::nullopt;
-        }
-    } catch (const ReaderStackExceeded&) {
-        return std::nullopt;
-    }
-    return events.takeDrawing();
+std::optional<DrawingBlocks> tidyBinaryBlocks(std::string_view bytes, json::input_format_t format,
+                                              const std::filesystem::path& path) {
+    TidyEvents events(bytes.size());
+    return walkWithinLimits(bytes, format, path, events) ? events.takeDrawing() : std::nullopt;
 }
 
 }  // namespace quillon

@@ -1,10 +1,10 @@
-#include "library/block_records.h"
+#include "library/merge_drawing.h"
 
 #include <algorithm>
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 #include <optional>
 #include <utility>
+
+#include "library/block_key.h"
 
 namespace quillon {
 namespace {
@@ -19,20 +19,10 @@ void appendRow(const GrowingRows& source, std::size_t row, const std::exception_
 
 }  // namespace
 
-std::vector<std::string> splitBlockKey(std::string_view text) {
-    std::vector<std::string> fields;
-    boost::algorithm::split(fields, text, boost::algorithm::is_any_of("*"));
-    return fields;
-}
-
-bool hasThreeFields(std::string_view blockKey) {
-    return std::count(blockKey.begin(), blockKey.end(), '*') >= 2;
-}
-
 void addDrawingBlocks(DrawingBlocks&& drawing,
                       const std::shared_ptr<const std::filesystem::path>& encodingsPath,
                       bool dedupe, MergeState& state, std::vector<BlockRecord>& records,
-                      std::ostream& console) {
+                      std::string& remarks) {
     const auto addBlock = [&](std::size_t index, std::string&& code) {
         DrawingBlock& block = drawing.blocks[index];
         const bool isNew = state.seenCodes.insert(std::move(code)).second;
@@ -48,7 +38,7 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
 
     std::optional<std::pair<std::size_t, std::string>> deferred;
     for (std::size_t i = 0; i < drawing.blocks.size(); ++i) {
-        console << drawing.blocks[i].remarks;
+        remarks += drawing.blocks[i].remarks;
         std::vector<std::string> fields = splitBlockKey(drawing.blocks[i].key);
         if (fields[2] == "0") {
             deferred.emplace(i, std::move(fields[1]));
@@ -56,7 +46,7 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
             addBlock(i, std::move(fields[1]));
         }
     }
-    console << drawing.remarks;
+    remarks += drawing.remarks;
     if (drawing.failure) {
         std::rethrow_exception(drawing.failure);
     }
