@@ -18,7 +18,7 @@ class GrowingRows {
     /// A new last row, its values not set, valid until the next one is appended.
     float* append() {
         if (count == values.shape(0)) {
-            values.resize({std::max(expected, count + count / 2), width});
+            values.resize({std::max(expected, count + count / 2 + 1), width});
         }
         return values.data() + width * count++;
     }

@@ -1,4 +1,5 @@
-// The straight road from the five binary formats.
+// The straight road from the binary formats: CBOR and MessagePack have their own reader, BSON,
+// UBJSON and BJData take the JSON library's.
 #include <array>
 #include <cstddef>
 #include <string>
@@ -143,6 +144,11 @@ class TidyEvents {
 
 std::optional<DrawingBlocks> tidyBinaryBlocks(std::string_view bytes, json::input_format_t format,
                                               const std::filesystem::path& path) {
+    if (format == json::input_format_t::cbor || format == json::input_format_t::msgpack) {
+        if (std::optional<DrawingBlocks> blocks = tidyPackedBlocks(bytes, format)) {
+            return blocks;
+        }
+    }
     TidyEvents events(bytes.size());
     return walkWithinLimits(bytes, format, path, events) ? events.takeDrawing() : std::nullopt;
 }

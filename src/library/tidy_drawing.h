@@ -20,6 +20,11 @@ namespace quillon {
 /// JSON text. There are simdjson::SIMDJSON_PADDING bytes behind `bytes`.
 std::optional<DrawingBlocks> tidyJsonBlocks(std::string_view bytes, simdjson::dom::parser& parser);
 
+/// CBOR or MessagePack at the speed of memory, for `tidyBinaryBlocks`, which takes what is left
+/// here: other members, tags, open ends, extensions.
+std::optional<DrawingBlocks> tidyPackedBlocks(std::string_view bytes,
+                                              nlohmann::json::input_format_t format);
+
 /// One of the binary formats. Throws as `walkWithinLimits` does, so that what it leaves can be made
 /// a tree of without another look at it.
 std::optional<DrawingBlocks> tidyBinaryBlocks(std::string_view bytes,

@@ -33,9 +33,17 @@ TEST(GrowingRows, TakeWhatIsExpectedFirstAndHalfAsMuchMoreThen) {
     GrowingRows rows(3, 4);
     EXPECT_EQ(rows.capacityBytes(), 0U);
     const std::size_t bytesOfRow = 3 * sizeof(float);
-    for (const std::size_t capacity : {4U, 4U, 4U, 4U, 6U, 6U, 9U}) {
+    for (const std::size_t capacity : {4U, 4U, 4U, 4U, 7U, 7U, 7U, 11U}) {
         rows.append();
         EXPECT_EQ(rows.capacityBytes(), capacity * bytesOfRow) << rows.rowCount();
+    }
+}
+
+TEST(GrowingRows, GrowFromOneToo) {
+    for (const std::size_t expectedRows : {0U, 1U}) {
+        const GrowingRows rows = threeColumns(9, expectedRows);
+        EXPECT_GE(rows.capacityBytes(), 9 * 3 * sizeof(float));
+        EXPECT_EQ(rows.row(8)[2], 82.0F);
     }
 }
 
