@@ -37,6 +37,9 @@ class DiskLibrary {
 /// "20000-in-400": how a row's name tells the size of a library.
 std::string sizeName(const LibrarySpec& spec);
 
+/// The paths of the encodings files, in list order.
+std::vector<std::filesystem::path> listedFiles(const LibraryFiles& files);
+
 /// The contents of all encodings files, each with the padding behind it that simdjson wants.
 struct FileBytes {
     std::vector<char> padded;

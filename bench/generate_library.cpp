@@ -1,6 +1,7 @@
 #include "generate_library.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -88,6 +89,48 @@ json vectorsTree(const std::vector<float>& values, std::size_t width) {
     return vectors;
 }
 
+void appendBigEndian(std::uint64_t bits, std::size_t size, std::string& bytes) {
+    for (std::size_t i = size; i-- > 0;) {
+        bytes += static_cast<char>(bits >> 8 * i & 0xFFU);
+    }
+}
+
+/// By hand, since the JSON library writes 64 bits only where 32 change the number, and never 16.
+void appendCborVectors(const std::vector<float>& values, std::size_t width, Numbers numbers,
+                       std::string& bytes) {
+    bytes += '\x99';
+    appendBigEndian(values.size() / width, 2, bytes);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (i % width == 0) {
+            bytes += '\x99';
+            appendBigEndian(width, 2, bytes);
+        }
+        if (numbers == Numbers::wide) {
+            bytes += '\xFB';
+            appendBigEndian(std::bit_cast<std::uint64_t>(double{values[i]}), 8, bytes);
+        } else if (i % 16 == 0) {
+            bytes += '\xF9';
+            appendBigEndian(0, 2, bytes);
+        } else {
+            bytes += '\xFA';
+            appendBigEndian(std::bit_cast<std::uint32_t>(values[i]), 4, bytes);
+        }
+    }
+}
+
+std::string cborBytes(const Drawing& drawing, Numbers numbers) {
+    std::string bytes = "\xA3\x66";
+    bytes += blocksKey;
+    json::to_cbor(drawing.keys, bytes);
+    bytes += '\x65';
+    bytes += shapeKey;
+    appendCborVectors(drawing.shapes, shapeWidth, numbers, bytes);
+    bytes += '\x64';
+    bytes += textKey;
+    appendCborVectors(drawing.texts, textWidth, numbers, bytes);
+    return bytes;
+}
+
 std::string encoded(const Drawing& drawing, const std::string& extension) {
     if (extension == ".json") {
         return jsonText(drawing);
@@ -149,7 +192,9 @@ LibraryFiles libraryFiles(const fs::path& folder) {
 void writeLibrary(const LibrarySpec& spec, const fs::path& folder) {
     forEachIndex(spec.files, [&](std::size_t file) {
         writeFile(encodingsPath(spec, folder, file),
-                  encoded(makeDrawing(spec, file), spec.extension));
+                  spec.numbers == Numbers::single
+                      ? encoded(makeDrawing(spec, file), spec.extension)
+                      : cborBytes(makeDrawing(spec, file), spec.numbers));
     });
     json list = json::array();
     for (std::size_t file = 0; file < spec.files; ++file) {

@@ -7,6 +7,7 @@
 
 #include "documents/json_file.h"
 #include "groups.h"
+#include "limit.h"
 #include "measure.h"
 #include "reference/tree_load.h"
 #include "support/console_capture.h"
@@ -49,35 +50,6 @@ void parseAll(const std::vector<FileBytes>& all) {
     });
 }
 
-/// The event interface of the JSON library's parsers, with nothing behind it.
-struct IgnoredEvents {
-    bool null() { return true; }
-    bool boolean(bool /*value*/) { return true; }
-    bool number_integer(json::number_integer_t /*value*/) { return true; }
-    bool number_unsigned(json::number_unsigned_t /*value*/) { return true; }
-    bool number_float(json::number_float_t /*value*/, const std::string& /*text*/) { return true; }
-    bool string(std::string& /*value*/) { return true; }
-    bool binary(json::binary_t& /*value*/) { return true; }
-    bool key(std::string& /*name*/) { return true; }
-    bool start_object(std::size_t /*size*/) { return true; }
-    bool start_array(std::size_t /*size*/) { return true; }
-    bool end_object() { return true; }
-    bool end_array() { return true; }
-    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
-                     const json::exception& /*error*/) {
-        return false;
-    }
-};
-
-void walkAll(const std::vector<FileBytes>& all, json::input_format_t format) {
-    forEachIndex(all.size(), [&](std::size_t i) {
-        IgnoredEvents events;
-        const char* begin = all[i].padded.data();
-        require(json::sax_parse(begin, begin + all[i].size, &events, format),
-                "the JSON library rejects a file");
-    });
-}
-
 /// One library in one format, and the rows that it gives.
 class LoadBench {
   public:
@@ -93,11 +65,26 @@ class LoadBench {
             compare(ours(true), {[&] { parseAll(all); }}), {1.6, 1.2});
     }
 
-    void againstWalk() {
-        const std::vector<FileBytes> all = readEncodings(library.files);
-        const auto format = *documentFormat("x" + spec.extension);
-        add("walk", "load / the JSON library's event pass over the same bytes in memory",
-            compare(ours(true), {[&] { walkAll(all, format); }}), {1.5, 1.2});
+    /// `numberBytes` is what a number takes in the files.
+    void againstLimit(std::size_t numberBytes, const Goal& goal) {
+        againstLimitOf(library, numberBytes, goal);
+    }
+
+    /// The limit of another library, with as many blocks.
+    void againstLimitOf(const DiskLibrary& other, std::size_t numberBytes, const Goal& goal) {
+        const std::vector<std::filesystem::path> files = listedFiles(other.files);
+        std::vector<MovedRows> moved;
+        const Contender limit{[&] { moved = loadAtTheLimit(files, numberBytes); },
+                              [&] { moved.clear(); }};
+        limit.run();
+        std::size_t blocks = 0;
+        for (const MovedRows& rows : moved) {
+            blocks += rows.shapes.rowCount();
+        }
+        require(blocks == spec.blocks, "blocks of the limit");
+        limit.reset();
+        add("limit", "load / reading the files and moving their floats", compare(ours(true), limit),
+            goal);
     }
 
     void againstTrees(Goal goal) {
@@ -158,8 +145,16 @@ void benchLoad(const Settings& settings, Report& report) {
     }
     for (const char* extension : {".cbor", ".msgpack"}) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);
-        bench.againstWalk();
+        bench.againstLimit(4, {2.0, 1.4});
         bench.againstOneThread();
+    }
+    LoadBench({".cbor", blocks, blocks / 50, Numbers::wide}, settings, report)
+        .againstLimit(8, {2.2, 1.6});
+    {
+        // Where numbers have several sizes, only a reader knows where they are. As many are moved.
+        const DiskLibrary single({".cbor", blocks, blocks / 50}, settings);
+        LoadBench({".cbor", blocks, blocks / 50, Numbers::shortened}, settings, report)
+            .againstLimitOf(single, 4, {3.0, 2.0});
     }
     for (const char* extension : {".bson", ".ubj", ".jdb"}) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);

@@ -2,6 +2,7 @@
 // nothing else. Both are made of items that begin with a head: what the item is, and its value or
 // length. A vector is a head and as many numbers, of one kind or, where an encoder shortens them,
 // of several.
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -140,26 +141,19 @@ bool takeNumber(Input& input, float& number) {
     return kind == Kind::positive || (kind == Kind::negative && value <= largest);
 }
 
-/// Takes `width` numbers that have one head and `size` bytes behind it, or nothing.
+/// Takes the next numbers that have `head` and `size` bytes behind it, `most` at most. Returns how
+/// many.
 template <std::size_t size>
-bool takeAlike(Input& input, unsigned head, float* row, std::size_t width) {
+std::size_t takeAlike(Input& input, unsigned head, float* numbers, std::size_t most) {
     constexpr std::size_t stride = size + 1;
-    if (input.left() < width * stride) {
-        return false;
+    const std::size_t count = std::min(most, input.left() / stride);
+    std::size_t taken = 0;
+    for (; taken < count && *input.at == static_cast<char>(head); ++taken) {
+        const std::uint64_t bits = bigEndian<size>(input.at + 1);
+        numbers[taken] = size == 4 ? singleOf(bits) : wideOf(bits);
+        input.at += stride;
     }
-    int unlike = 0;
-    for (std::size_t i = 0; i < width; ++i) {
-        unlike |= input.at[i * stride] ^ static_cast<char>(head);
-    }
-    if (unlike != 0) {
-        return false;
-    }
-    for (std::size_t i = 0; i < width; ++i) {
-        const std::uint64_t bits = bigEndian<size>(input.at + i * stride + 1);
-        row[i] = size == 4 ? singleOf(bits) : wideOf(bits);
-    }
-    input.at += width * stride;
-    return true;
+    return taken;
 }
 
 bool takeVector(Input& input, GrowingRows& rows) {
@@ -169,15 +163,14 @@ bool takeVector(Input& input, GrowingRows& rows) {
         return false;
     }
     float* row = rows.append();
-    if (takeAlike<4>(input, input.isCbor ? 0xFA : 0xCA, row, width) ||
-        takeAlike<8>(input, input.isCbor ? 0xFB : 0xCB, row, width)) {
-        return true;
+    for (std::size_t taken = 0; taken < width;) {
+        taken += takeAlike<4>(input, input.isCbor ? 0xFA : 0xCA, row + taken, width - taken);
+        taken += takeAlike<8>(input, input.isCbor ? 0xFB : 0xCB, row + taken, width - taken);
+        if (taken < width && !takeNumber(input, row[taken++])) {
+            return false;
+        }
     }
-    std::size_t taken = 0;
-    while (taken < width && takeNumber(input, row[taken])) {
-        ++taken;
-    }
-    return taken == width;
+    return true;
 }
 
 std::optional<std::string_view> takeText(Input& input) {
