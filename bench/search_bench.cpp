@@ -155,7 +155,7 @@ void oneSideAgainstIndex(const std::string& method, Search search, const Feature
     }
     report.add(comparisonRow(method + "/index/" + std::to_string(matrix.shape(0)),
                              "search / the index's own add and search", compare(ours, other),
-                             Goal{1.10, 1.03}));
+                             Goal{0.5, 0.3}));
 }
 
 }  // namespace
