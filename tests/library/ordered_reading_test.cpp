@@ -7,10 +7,9 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
 #include "support/failure_texts.h"
 
 namespace quillon::test {

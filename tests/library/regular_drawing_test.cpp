@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "library/document_blocks.h"
+#include "support/formats.h"
 #include "support/odd_documents.h"
 
 namespace quillon::test {
