@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
@@ -16,6 +15,8 @@
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 #include "shared/utf8_path.h"
+#include "support/formats.h"
+#include "support/temp_folder.h"
 
 namespace quillon::bench {
 namespace {
@@ -131,38 +132,14 @@ std::string cborBytes(const Drawing& drawing, Numbers numbers) {
     return bytes;
 }
 
-std::string encoded(const Drawing& drawing, const std::string& extension) {
+std::string bytesOf(const Drawing& drawing, const std::string& extension) {
     if (extension == ".json") {
         return jsonText(drawing);
     }
-    const json tree = {{blocksKey, drawing.keys},
-                       {shapeKey, vectorsTree(drawing.shapes, shapeWidth)},
-                       {textKey, vectorsTree(drawing.texts, textWidth)}};
-    std::string bytes;
-    if (extension == ".bson") {
-        json::to_bson(tree, bytes);
-    } else if (extension == ".cbor") {
-        json::to_cbor(tree, bytes);
-    } else if (extension == ".msgpack") {
-        json::to_msgpack(tree, bytes);
-    } else if (extension == ".ubj") {
-        json::to_ubjson(tree, bytes);
-    } else if (extension == ".jdb") {
-        json::to_bjdata(tree, bytes);
-    } else {
-        throw std::invalid_argument("no encodings format has the extension " + extension);
-    }
-    return bytes;
-}
-
-void writeFile(const fs::path& path, const std::string& bytes) {
-    fs::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + utf8FromPath(path));
-    }
+    return test::encoded({{blocksKey, drawing.keys},
+                          {shapeKey, vectorsTree(drawing.shapes, shapeWidth)},
+                          {textKey, vectorsTree(drawing.texts, textWidth)}},
+                         extension);
 }
 
 fs::path encodingsPath(const LibrarySpec& spec, const fs::path& folder, std::size_t file) {
@@ -191,19 +168,19 @@ LibraryFiles libraryFiles(const fs::path& folder) {
 
 void writeLibrary(const LibrarySpec& spec, const fs::path& folder) {
     forEachIndex(spec.files, [&](std::size_t file) {
-        writeFile(encodingsPath(spec, folder, file),
-                  spec.numbers == Numbers::single
-                      ? encoded(makeDrawing(spec, file), spec.extension)
-                      : cborBytes(makeDrawing(spec, file), spec.numbers));
+        test::writeBytes(encodingsPath(spec, folder, file),
+                         spec.numbers == Numbers::single
+                             ? bytesOf(makeDrawing(spec, file), spec.extension)
+                             : cborBytes(makeDrawing(spec, file), spec.numbers));
     });
     json list = json::array();
     for (std::size_t file = 0; file < spec.files; ++file) {
         list.push_back(utf8FromPath(encodingsPath(spec, folder, file)));
     }
     const LibraryFiles files = libraryFiles(folder);
-    writeFile(files.query, queryDocument(spec.blocks, shapeWidth));
-    writeFile(files.narrowQuery, queryDocument(spec.blocks, 1));
-    writeFile(files.list, json{{filesKey, list}}.dump());
+    test::writeBytes(files.query, queryDocument(spec.blocks, shapeWidth));
+    test::writeBytes(files.narrowQuery, queryDocument(spec.blocks, 1));
+    test::writeBytes(files.list, json{{filesKey, list}}.dump());
 }
 
 }  // namespace quillon::bench

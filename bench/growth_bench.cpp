@@ -1,3 +1,4 @@
+// Time by the number of blocks: loads, searches, and how many rows Adaptive looks at more closely.
 #include <algorithm>
 #include <set>
 #include <string>

@@ -1,7 +1,8 @@
+// Reading and merging a library, beside parsers that build nothing of it and beside trees of
+// values.
 #include <simdjson.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,6 @@
 // Runs of the real program. A process that is started inherits, on some systems, the peak memory of
 // the one that starts it, as far as that goes: so this group runs before those that hold libraries.
 
-#include <algorithm>
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "measure.h"
 #include "output/result_document.h"
 #include "shared/utf8_path.h"
+#include "support/formats.h"
 #include "support/run_program.h"
 #include "support/temp_folder.h"
 
@@ -170,7 +170,7 @@ void manyHits(Report& report) {
 void benchProcess(const Settings& settings, Report& report) {
     const std::size_t blocks = settings.full ? 100000 : 20000;
     smallestRun(settings, report);
-    for (const char* extension : {".json", ".bson", ".cbor", ".msgpack", ".ubj", ".jdb"}) {
+    for (const char* extension : test::allExtensions) {
         peakOfLoad({extension, blocks, blocks / 50}, settings, report);
     }
     const std::size_t many = blocks * (settings.full ? 10 : 5);

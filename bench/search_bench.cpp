@@ -1,3 +1,5 @@
+// The search methods, beside what the index alone takes. Hits are compared with the index or with
+// the dense form before any time counts.
 #include <faiss/IndexFlat.h>
 
 #include <algorithm>

@@ -129,6 +129,13 @@ TEST(CheckBinaryLimits, BoundsTheValuesThatTakeNoBytes) {
 
 TEST(CheckBinaryLimits, AddsUpTheRepeatsOfOneDocument) {
     const std::string half = repeatedType('Z', freeBinaryValues / 2);
+    // Though the document never ends.
+    for (const char type : {'Z', 'T', 'F'}) {
+        const std::string bytes = "{i\5files[" + repeated(repeatedType(type, 0x7FFFFFFF), 100);
+        EXPECT_EQ(thrownText<std::runtime_error>(
+                      [&] { checkBinaryLimits(bytes, Input::ubjson, "big.ubj"); }),
+                  "document announces more than 1048576 values: big.ubj");
+    }
     EXPECT_EQ(thrownText<std::runtime_error>(
                   [&] { checkBinaryLimits("[" + half + half + "]", Input::ubjson, "big.ubj"); }),
               "document announces more than 1048576 values: big.ubj");

@@ -2,11 +2,12 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "support/odd_documents.h"
+#include "support/documents.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -112,7 +113,7 @@ json chooseKey(FuzzInput& input, bool& isTidy) {
 }
 
 json chooseDrawingTree(FuzzInput& input, bool& isTidy) {
-    json document{{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
+    json document = encodings({});
     const std::size_t blocks = input.choice(4);
     for (std::size_t i = 0; i < blocks; ++i) {
         document["blocks"].push_back(chooseKey(input, isTidy));
@@ -147,8 +148,8 @@ json chooseQueryTree(FuzzInput& input) {
     bool ignored = true;
     json document{{"shape", json::array()}, {"text", json::array()}, {"queryText", json::array()}};
     for (const auto& [side, width] : {std::pair("shape", 512U), std::pair("text", 384U)}) {
-        const std::size_t rows = input.choice(8) == 0 ? input.choice(3) : 1;
-        for (std::size_t i = 0; i < rows; ++i) {
+        const std::size_t rowCount = input.choice(8) == 0 ? input.choice(3) : 1;
+        for (std::size_t i = 0; i < rowCount; ++i) {
             document[side].push_back(chooseVector(input, width, ignored));
         }
     }

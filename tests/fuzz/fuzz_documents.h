@@ -2,7 +2,6 @@
 // accepts.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "support/encodings.h"
+#include "support/documents.h"
 #include "support/failure_texts.h"
 
 namespace quillon::test {

@@ -10,6 +10,7 @@
 
 #include "shared/utf8_path.h"
 #include "support/failure_texts.h"
+#include "support/formats.h"
 #include "support/odd_documents.h"
 #include "support/temp_folder.h"
 

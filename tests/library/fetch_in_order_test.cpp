@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
 #include "support/failure_texts.h"
 
 namespace quillon::test {

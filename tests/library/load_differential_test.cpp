@@ -3,16 +3,19 @@
 // mode.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "library/load_library.h"
 #include "reference/tree_load.h"
 #include "shared/utf8_path.h"
-#include "support/console_capture.h"
+#include "support/documents.h"
+#include "support/formats.h"
+#include "support/load_outcome.h"
 #include "support/odd_documents.h"
 #include "support/temp_folder.h"
 
@@ -29,58 +32,38 @@ std::string bitsOf(const FeatureMatrix& matrix) {
     return std::to_string(matrix.shape(0)) + "x" + std::to_string(matrix.shape(1)) + ":" + bytes;
 }
 
-struct Outcome {
-    std::string console;
-    std::string failure;
-    std::string records;
-    std::string counters;
-    std::string shapeBits;
-    std::string textBits;
-};
-
-Outcome outcomeOf(const std::function<void(BlockLibrary&)>& load) {
-    BlockLibrary library;
-    Outcome outcome;
-    {
-        const ConsoleCapture console;
-        try {
-            load(library);
-        } catch (const std::exception& exception) {
-            outcome.failure = exception.what();
-        }
-        outcome.console = console.text();
-    }
+std::string recordsOf(const BlockLibrary& library) {
+    std::string text;
     for (const BlockRecord& record : library.records) {
-        outcome.records += utf8FromPath(*record.encodingsPath) + '|' + record.blockKey + '\n';
+        text += utf8FromPath(*record.encodingsPath) + '|' + record.blockKey + '\n';
     }
+    return text;
+}
+
+std::vector<std::uint64_t> countersOf(const BlockLibrary& library) {
     const LoadCounters& counters = library.counters;
-    for (const std::uint64_t count : {counters.totalDrawings, counters.failedDrawings,
-                                      counters.totalBlocks, counters.uniqueBlocks}) {
-        outcome.counters += std::to_string(count) + ' ';
-    }
-    outcome.shapeBits = bitsOf(library.shapeMatrix);
-    outcome.textBits = bitsOf(library.textMatrix);
-    return outcome;
+    return {counters.totalDrawings, counters.failedDrawings, counters.totalBlocks,
+            counters.uniqueBlocks};
 }
 
 /// Both loads of one list in both modes, with and without deduplication.
 void expectSameLoads(const std::filesystem::path& list, const std::string& label) {
     for (const bool parallelLoad : {true, false}) {
         for (const bool dedupe : {true, false}) {
-            const Outcome ours = outcomeOf([&](BlockLibrary& library) {
-                loadBlockLibrary(list, parallelLoad, dedupe, library);
-            });
-            const Outcome plain = outcomeOf([&](BlockLibrary& library) {
+            const LoadOutcome ours = load(list, parallelLoad, dedupe);
+            const LoadOutcome plain = outcomeOf([&](BlockLibrary& library) {
                 reference::loadBlockLibrary(list, parallelLoad, dedupe, library);
             });
             const std::string where = label + (parallelLoad ? ", parallel" : ", one at a time") +
                                       (dedupe ? "" : ", no dedup");
             ASSERT_EQ(ours.console, plain.console) << where;
             ASSERT_EQ(ours.failure, plain.failure) << where;
-            ASSERT_EQ(ours.records, plain.records) << where;
-            ASSERT_EQ(ours.counters, plain.counters) << where;
-            ASSERT_TRUE(ours.shapeBits == plain.shapeBits) << where;
-            ASSERT_TRUE(ours.textBits == plain.textBits) << where;
+            ASSERT_EQ(recordsOf(ours.library), recordsOf(plain.library)) << where;
+            ASSERT_EQ(countersOf(ours.library), countersOf(plain.library)) << where;
+            ASSERT_TRUE(bitsOf(ours.library.shapeMatrix) == bitsOf(plain.library.shapeMatrix))
+                << where;
+            ASSERT_TRUE(bitsOf(ours.library.textMatrix) == bitsOf(plain.library.textMatrix))
+                << where;
         }
     }
 }
@@ -92,7 +75,7 @@ class LibraryFolder {
             folder.write(std::to_string(files.size()) + std::string(extension), bytes)));
     }
     void addMissing(const std::string& name) { files.push_back(name); }
-    std::filesystem::path list() const { return folder.write("list.json", json{{"files", files}}); }
+    std::filesystem::path list() const { return writeList(folder, files); }
 
   private:
     TempFolder folder;
@@ -171,7 +154,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnMixedLibraries) {
     for (int repeat = 0; repeat < 60; ++repeat) {
         LibraryFolder folder;
         for (int file = 0; file < 8; ++file) {
-            const std::string_view extension = allExtensions[random() % 6];
+            const std::string_view extension = allExtensions[random() % allExtensions.size()];
             json document = tidyDocument(random);
             if (random() % 4 == 0) {
                 makeUntidy(document, random() % untidinessCount, random);

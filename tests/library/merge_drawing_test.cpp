@@ -15,7 +15,8 @@
 #include <vector>
 
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
+#include "support/load_outcome.h"
 #include "support/temp_folder.h"
 
 namespace quillon {
@@ -238,7 +239,7 @@ TEST_P(AddDrawingBlocks, TakesAnEmptyCodeForACode) {
 TEST_P(AddDrawingBlocks, KeepsDuplicatesWithoutDeduplication) {
     const json drawing = encodings({{"a*A*1", 1}, {"b*A*2", 2}});
     const std::string path = utf8FromPath(folder.write("twice.json", drawing));
-    const auto list = folder.write("twice-list.json", json{{"files", {path, path}}});
+    const auto list = folder.write("twice-list.json", listDocument({path, path}));
     LoadOutcome outcome = load(list, GetParam(), false);
     EXPECT_EQ(outcome.console, progressLine(2, list) + summary(2, 4, 4, 0));
     expectBlocks(outcome.library, {{"a*A*1", 1}, {"b*A*2", 2}, {"a*A*1", 1}, {"b*A*2", 2}});
@@ -249,7 +250,8 @@ TEST_P(AddDrawingBlocks, KeepsDuplicatesWithoutDeduplication) {
 TEST_P(AddDrawingBlocks, RejectsVectorsThatAreNotOfTheirWidth) {
     json tooShortObject = json::object();
     tooShortObject["a"] = 1;
-    const std::vector<json> wrong{nullptr, 5, 0.5, "text", true, json::array(), tooShortObject};
+    const std::vector<json> wrong{
+        nullptr, 5, 0.5, "text", true, json::array(), json::object(), tooShortObject};
     for (const char* side : {"shape", "text"}) {
         const std::size_t width = side == std::string("shape") ? 512 : 384;
         std::vector<json> vectors = wrong;
@@ -283,6 +285,18 @@ TEST_P(AddDrawingBlocks, ReportsARejectedKeyOfAnyKindAsItIs) {
     document["shape"][0] = 0;
     document["text"][1] = 0;
     expectBlocks(loaded({document}, 1, 1, 0,
+                        "Invalid shape vector for {\"no\":[\"string\",5]}\n"
+                        "Invalid text vector for null\n"),
+                 {{"c*C*3", 3}});
+
+    json noVectors = encodings({});
+    noVectors["blocks"] = {nullptr, true, -1.5, json::array({1, "x"}), {{"k", {{"l", nullptr}}}}};
+    expectBlocks(loaded({noVectors, document}, 1, 1, 0,
+                        "Invalid shape vector for null\n"
+                        "Invalid shape vector for true\n"
+                        "Invalid shape vector for -1.5\n"
+                        "Invalid shape vector for [1,\"x\"]\n"
+                        "Invalid shape vector for {\"k\":{\"l\":null}}\n"
                         "Invalid shape vector for {\"no\":[\"string\",5]}\n"
                         "Invalid text vector for null\n"),
                  {{"c*C*3", 3}});

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "library/document_blocks.h"
+#include "support/formats.h"
 #include "support/odd_documents.h"
 
 namespace quillon::test {

@@ -18,7 +18,8 @@
 #include "run/run.h"
 #include "search/single_side.h"
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
+#include "support/formats.h"
 #include "support/odd_documents.h"
 #include "support/run_program.h"
 #include "support/temp_folder.h"
@@ -61,29 +62,26 @@ std::string textOf(const std::exception_ptr& failure) {
 }
 
 /// A query, and a list of drawings of all formats, tidy and not.
-void writeLibrary(const TempFolder& folder) {
-    json query = encodings({{"", 1.0}});
-    query["queryText"] = {"Door 23_3"};
-    folder.write("query.json", query);
+void writeQueryAndLibrary(const TempFolder& folder) {
     std::vector<std::string> files;
-    const auto add = [&](std::string_view extension, bool isTidy) {
+    const auto add = [&](const std::string& extension, bool isTidy) {
         const std::string number = std::to_string(files.size());
         const double mark = 1.0 + static_cast<double>(files.size()) / 64;
         json document = encodings({{"n*a" + number + "*1", mark}, {"n*b" + number + "*0", -mark}});
         if (!isTidy) {
             document["text"][0].push_back(1);
         }
-        files.push_back(utf8FromPath(
-            folder.write(number + std::string(extension), encoded(document, extension))));
+        files.push_back(
+            utf8FromPath(folder.write(number + extension, encoded(document, extension))));
     };
-    for (const std::string_view extension : allExtensions) {
+    for (const char* extension : allExtensions) {
         add(extension, true);
         add(extension, false);
     }
     files.push_back(utf8FromPath(folder.write("cut.cbor", std::string("\xA2\x61", 2))));
     files.push_back(utf8FromPath(folder.write("cut.json", std::string(R"({"shape": [[1, 2)"))));
     files.emplace_back("missing.json");
-    folder.write("list.json", json{{"files", files}});
+    writeQueryAndList(folder, files);
 }
 
 std::vector<std::string> argumentsFor(const TempFolder& folder, const std::string& method,
@@ -124,7 +122,7 @@ Outcome runRefused(const TempFolder& folder, const std::vector<std::string>& arg
 /// right result still.
 std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::size_t count) {
     const TempFolder folder;
-    writeLibrary(folder);
+    writeQueryAndLibrary(folder);
     const std::vector<std::string> arguments = argumentsFor(folder, method, parallelLoad);
     bool hasRefused = false;
     const Outcome right = runRefused(folder, arguments, 0, 0, hasRefused);

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <utility>
 #include <vector>
 
 #include "support/listed_rows.h"

@@ -1,21 +1,12 @@
 // Encodings documents of every kind, tidy and not, for differential tests of the load.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace quillon::test {
-
-/// The extensions of the six formats.
-inline constexpr std::string_view allExtensions[] = {".json",    ".bson", ".cbor",
-                                                     ".msgpack", ".ubj",  ".jdb"};
-
-/// `document` in the format of `extension`.
-std::string encoded(const nlohmann::json& document, std::string_view extension);
 
 /// A document of up to 4 blocks that keeps every rule. Its numbers are of all kinds, those at the
 /// edges of float32 and of whole numbers among them; codes are few, so that some are duplicates.
