@@ -18,6 +18,11 @@ struct Settings {
     std::filesystem::path dataFolder;
 };
 
+/// How long the rounds of one row may take: in small sizes just enough to see that all works.
+inline double budgetSeconds(const Settings& settings, double inFullSize = 10.0) {
+    return settings.full ? inFullSize : 0.5;
+}
+
 /// A library on the disk, removed with this object unless it is to be kept.
 class DiskLibrary {
   public:

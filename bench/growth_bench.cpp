@@ -35,7 +35,8 @@ void growthOfLoad(const char* operation, const LibrarySpec& spec, const Settings
     const DiskLibrary library(spec, settings);
     BlockLibrary loaded;
     const Timing time = timeOf(
-        {[&] { loaded = loadQuietly(library.files, true); }, [&] { loaded = BlockLibrary(); }});
+        {[&] { loaded = loadQuietly(library.files, true); }, [&] { loaded = BlockLibrary(); }},
+        budgetSeconds(settings, 5.0));
     require(loaded.counters.totalBlocks == spec.blocks, "blocks of a library");
     add(operation, spec.blocks, time, report);
 }
@@ -64,19 +65,23 @@ void rowsThatCount(const SearchData& data, Report& report) {
     addCount("rowsThatMayBeHits", blocks, static_cast<std::size_t>(mayBeHits), report);
 }
 
-void growthOfSearch(std::size_t blocks, Report& report) {
+void growthOfSearch(std::size_t blocks, const Settings& settings, Report& report) {
     const SearchData data = makeSearchData(blocks);
     std::vector<SearchResult> hits;
-    add("byShape", blocks, timeOf({[&] {
-            hits.clear();
-            searchByShape(5, data.queryShape, data.shapeMatrix, 0.2F, hits);
-        }}),
+    add("byShape", blocks,
+        timeOf({[&] {
+                   hits.clear();
+                   searchByShape(5, data.queryShape, data.shapeMatrix, 0.2F, hits);
+               }},
+               budgetSeconds(settings, 5.0)),
         report);
-    add("adaptive", blocks, timeOf({[&] {
-            hits.clear();
-            searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix, data.textMatrix,
-                           0.3F, hits);
-        }}),
+    add("adaptive", blocks,
+        timeOf({[&] {
+                   hits.clear();
+                   searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix,
+                                  data.textMatrix, 0.3F, hits);
+               }},
+               budgetSeconds(settings, 5.0)),
         report);
     rowsThatCount(data, report);
 }
@@ -91,7 +96,7 @@ void benchGrowth(const Settings& settings, Report& report) {
     for (const std::size_t blocks : sizes) {
         growthOfLoad("loadJson", {".json", blocks, blocks / 50}, settings, report);
         growthOfLoad("loadCbor", {".cbor", blocks, blocks / 50}, settings, report);
-        growthOfSearch(blocks, report);
+        growthOfSearch(blocks, settings, report);
     }
 }
 

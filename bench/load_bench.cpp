@@ -58,7 +58,11 @@ void parseAll(const std::vector<FileBytes>& all) {
 class LoadBench {
   public:
     LoadBench(const LibrarySpec& librarySpec, const Settings& settings, Report& rows)
-        : spec(librarySpec), library(spec, settings), isFull(settings.full), report(rows) {
+        : spec(librarySpec),
+          library(spec, settings),
+          isFull(settings.full),
+          budget(budgetSeconds(settings)),
+          report(rows) {
         require(sameLibrary(loadQuietly(library.files, true), loadAsTrees(library.files)),
                 "loaded " + spec.extension + " library");
     }
@@ -66,7 +70,7 @@ class LoadBench {
     void againstSimdjson() {
         const std::vector<FileBytes> all = readEncodings(library.files);
         add("simdjson", "load / simdjson parsing the same bytes in memory",
-            compare(ours(true), {[&] { parseAll(all); }}), {1.2, 0.9});
+            compare(ours(true), {[&] { parseAll(all); }}, budget), {1.2, 0.9});
     }
 
     /// `numberBytes` is what a number takes in the files.
@@ -87,21 +91,21 @@ class LoadBench {
         }
         require(blocks == spec.blocks, "blocks of the limit");
         limit.reset();
-        add("limit", "load / reading the files and moving their floats", compare(ours(true), limit),
-            goal);
+        add("limit", "load / reading the files and moving their floats",
+            compare(ours(true), limit, budget), goal);
     }
 
     void againstTrees(Goal goal) {
         BlockLibrary trees;
-        Comparison times =
-            compare(ours(true), {[&] { trees = loadAsTrees(library.files); }, [&] { trees = {}; }});
+        Comparison times = compare(
+            ours(true), {[&] { trees = loadAsTrees(library.files); }, [&] { trees = {}; }}, budget);
         times.ratio = 1.0 / times.ratio;
         goal.atLeast = true;
         add("trees", "load by trees of values / load", times, goal);
     }
 
     void againstOneThread() {
-        Comparison times = compare(ours(true), ours(false));
+        Comparison times = compare(ours(true), ours(false), budget);
         times.ratio = 1.0 / times.ratio;
         add("oneAtATime", "load with /no-parallel-load / load", times, {1.8, 1.9, true});
     }
@@ -133,6 +137,7 @@ class LoadBench {
     LibrarySpec spec;
     DiskLibrary library;
     bool isFull;
+    double budget;  // seconds
     Report& report;
     BlockLibrary loaded;
 };
@@ -152,7 +157,7 @@ void largestAgainstLimit(const LibrarySpec& spec, const Settings& settings, Repo
         require(result.status == 0, result.out + result.error);
     }};
     const Contender limit{[&] { moved = loadAtTheLimit(files, 4); }, [&] { moved.clear(); }};
-    const Comparison times = compare(ours, limit, 60.0);
+    const Comparison times = compare(ours, limit, budgetSeconds(settings, 60.0));
     Row row{"wholeRun/cbor/limit/" + sizeName(spec),
             "whole run by shape / reading the files and moving their floats", "x"};
     row.value = times.ratio;
@@ -169,7 +174,7 @@ void largestAgainstLimit(const LibrarySpec& spec, const Settings& settings, Repo
 }  // namespace
 
 void benchLoad(const Settings& settings, Report& report) {
-    const std::size_t blocks = settings.full ? 20000 : 4000;
+    const std::size_t blocks = settings.full ? 20000 : 2000;
     {
         LoadBench json({".json", blocks, blocks / 50}, settings, report);
         json.againstSimdjson();
@@ -193,7 +198,8 @@ void benchLoad(const Settings& settings, Report& report) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);
         bench.againstTrees({2.0, 3.0});
     }
-    largestAgainstLimit({".cbor", 50 * blocks, blocks}, settings, report);
+    largestAgainstLimit({".cbor", settings.full ? 1000000U : 4000U, settings.full ? 20000U : 80U},
+                        settings, report);
 }
 
 }  // namespace quillon::bench

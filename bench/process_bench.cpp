@@ -124,7 +124,8 @@ void smallestRun(const Settings& settings, Report& report) {
     const LibrarySpec spec{".json", 200, 20};
     const DiskLibrary library(spec, settings);
     const Timing time =
-        timeOf({[&] { runQuery(library.files.list, library.files.query, "adaptive", 0); }});
+        timeOf({[&] { runQuery(library.files.list, library.files.query, "adaptive", 0); }},
+               budgetSeconds(settings));
     Row row{"wholeRun/json/" + sizeName(spec), "wall clock of a whole run with /method adaptive",
             "ms"};
     row.value = time.seconds * 1000.0;
@@ -135,7 +136,7 @@ void smallestRun(const Settings& settings, Report& report) {
     report.add(std::move(row));
 }
 
-void manyHits(Report& report) {
+void manyHits(const Settings& settings, Report& report) {
     constexpr std::size_t hitCount = 100000;
     constexpr std::size_t drawings = 2000;
     std::vector<BlockRecord> records;
@@ -152,8 +153,10 @@ void manyHits(Report& report) {
     }
     const test::TempFolder folder;
     const Timing time = timeOf({[&] {
-        writeJsonFile(buildResultDocument(hits, records, {}), folder.path() / "result.json", false);
-    }});
+                                   writeJsonFile(buildResultDocument(hits, records, {}),
+                                                 folder.path() / "result.json", false);
+                               }},
+                               budgetSeconds(settings));
     const nlohmann::json document = readJsonFile(folder.path() / "result.json");
     require(document["blocks"].size() == hitCount, "hits in the result file");
     Row row{"writeHits/json/" + std::to_string(hitCount), "building and writing the result", "s"};
@@ -168,15 +171,15 @@ void manyHits(Report& report) {
 }  // namespace
 
 void benchProcess(const Settings& settings, Report& report) {
-    const std::size_t blocks = settings.full ? 100000 : 20000;
+    const std::size_t blocks = settings.full ? 100000 : 5000;
     smallestRun(settings, report);
     for (const char* extension : test::allExtensions) {
         peakOfLoad({extension, blocks, blocks / 50}, settings, report);
     }
-    const std::size_t many = blocks * (settings.full ? 10 : 5);
+    const std::size_t many = blocks * (settings.full ? 10 : 2);
     largestLibrary({".cbor", many, many / 50}, settings, report);
     peaksOfRuns({".cbor", blocks, blocks / 50}, settings, report);
-    manyHits(report);
+    manyHits(settings, report);
 }
 
 }  // namespace quillon::bench

@@ -49,7 +49,7 @@ void againstPython(const LibrarySpec& spec, const Settings& settings, Report& re
         ours.run();
         other.run();
         require(codesOf(ourResult) == codesOf(otherResult), "hits of the Python program");
-        const Comparison times = compare(ours, other, 60.0);
+        const Comparison times = compare(ours, other, budgetSeconds(settings, 60.0));
         Row row{"python/" + spec.extension.substr(1) + "/" + method + "/" + sizeName(spec),
                 "whole run of the Python program / whole run", "x"};
         row.value = 1.0 / times.ratio;
