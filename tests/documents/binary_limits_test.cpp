@@ -216,9 +216,9 @@ TEST(CheckBinaryLimits, NamesTheStackWhereNestingIsNotCounted) {
         {Input::cbor, repeated("\x5F", 1000000)},    // the same of bytes
         {Input::bjdata, repeated("[$i#", 1000000)},  // a size that is an array with a size
     };
-    for (const auto& [format, bytes] : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(thrownText<std::runtime_error>(
-                      [&] { checkBinaryLimits(bytes, format, pathFromUtf8("Tür/deep.x")); }),
+                      [&] { checkBinaryLimits(c.bytes, c.format, pathFromUtf8("Tür/deep.x")); }),
                   "document nested too deeply for 4 MiB of stack: Tür/deep.x");
     }
 }

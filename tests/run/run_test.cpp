@@ -62,10 +62,10 @@ TEST(SearchLibrary, TakesTheMethodOfTheQueryType) {
 }
 
 TEST(SearchLibrary, RefusesATypeThatIsNoMethod) {
-    const auto [query, library] = clustered();
+    const SearchArguments arguments = clustered();
     for (const auto type : {QueryType::NotChosen, static_cast<QueryType>(5)}) {
         EXPECT_EQ(test::thrownText<std::invalid_argument>(
-                      [&] { searchLibrary(type, 1, query, library, 0.3F); }),
+                      [&] { searchLibrary(type, 1, arguments.query, arguments.library, 0.3F); }),
                   "invalid query type");
     }
 }
