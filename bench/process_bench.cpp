@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "documents/json_file.h"
@@ -59,37 +60,34 @@ std::string mebibytes(double bytes) {
     return std::to_string(static_cast<int>(bytes / bytesPerMiB)) + " MiB";
 }
 
+/// The peak of a run over the two matrices of its library.
+Row peakRow(const std::string& name, const char* measure, const Run& run,
+            const std::optional<Goal>& goal) {
+    requireOwnPeakBelow(run);
+    const auto matrixBytes = static_cast<double>(run.uniqueRows * rowBytes);
+    Row row{name, measure, "x"};
+    row.value = run.peakBytes / matrixBytes;
+    row.goal = goal;
+    row.oursSeconds = run.seconds;
+    row.note = mebibytes(run.peakBytes) + " for " + mebibytes(matrixBytes) + " of matrices";
+    return row;
+}
+
 void peakOfLoad(const LibrarySpec& spec, const Settings& settings, Report& report) {
     const DiskLibrary library(spec, settings);
     const Run run = runQuery(library.files.list, library.files.narrowQuery, "shape", 1);
-    requireOwnPeakBelow(run);
-    const auto matrixBytes = static_cast<double>(run.uniqueRows * rowBytes);
-    Row row{"peakOfLoad/" + spec.extension.substr(1) + "/" + sizeName(spec),
-            "peak memory of a load / the two matrices", "x"};
-    row.value = run.peakBytes / matrixBytes;
-    if (settings.full) {
-        row.goal = Goal{1.35, 1.15};
-    }
-    row.oursSeconds = run.seconds;
-    row.note = mebibytes(run.peakBytes) + " for " + mebibytes(matrixBytes) + " of matrices";
-    report.add(std::move(row));
+    report.add(peakRow("peakOfLoad/" + spec.extension.substr(1) + "/" + sizeName(spec),
+                       "peak memory of a load / the two matrices", run,
+                       goalIf(settings.full, {1.35, 1.15})));
 }
 
 void peaksOfRuns(const LibrarySpec& spec, const Settings& settings, Report& report) {
     const DiskLibrary library(spec, settings);
     for (const char* method : {"adaptive", "shape", "text", "simple"}) {
         const Run run = runQuery(library.files.list, library.files.query, method, 0);
-        requireOwnPeakBelow(run);
-        const auto matrixBytes = static_cast<double>(run.uniqueRows * rowBytes);
-        Row row{"peakOfRun/" + std::string(method) + "/" + sizeName(spec),
-                "peak memory of a whole run / the two matrices", "x"};
-        row.value = run.peakBytes / matrixBytes;
-        if (settings.full) {
-            row.goal = Goal{1.25, 1.12};
-        }
-        row.oursSeconds = run.seconds;
-        row.note = mebibytes(run.peakBytes) + " for " + mebibytes(matrixBytes) + " of matrices";
-        report.add(std::move(row));
+        report.add(peakRow("peakOfRun/" + std::string(method) + "/" + sizeName(spec),
+                           "peak memory of a whole run / the two matrices", run,
+                           goalIf(settings.full, {1.25, 1.12})));
     }
 }
 

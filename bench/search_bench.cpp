@@ -80,10 +80,6 @@ Row comparisonRow(const std::string& name, const char* measure, const Comparison
     return row;
 }
 
-std::optional<Goal> goalIf(bool isFull, const Goal& goal) {
-    return isFull ? std::optional(goal) : std::nullopt;
-}
-
 /// The dense form takes minutes for more rows.
 void requireHitsOfDenseForm(std::size_t rows, Spread spread) {
     const SearchData data = makeSearchData(rows, spread);
