@@ -7,17 +7,19 @@ Works on a copy of the tree in build/mutants, where the tests are built once and
 change. What survives is either a hole in the tests or changes nothing that can be observed.
 """
 import argparse
+import os
 import pathlib
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COPY = ROOT / "build/mutants/tree"
 BUILD = ROOT / "build/mutants/build"
-SECONDS = 300  # a change may make a test run for ever
 
 # Pattern and replacement; each match on a line of code is one change.
 CHANGES = [
@@ -51,10 +53,13 @@ def changes_of(path):
 
 
 def run(*command, seconds=None):
+    process = subprocess.Popen(command, cwd=COPY, stdout=subprocess.DEVNULL, env=ENVIRONMENT,
+                               stderr=subprocess.DEVNULL, start_new_session=True)
     try:
-        return subprocess.run(command, cwd=COPY, timeout=seconds, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL, env=ENVIRONMENT).returncode
+        return process.wait(seconds)
     except subprocess.TimeoutExpired:
+        os.killpg(process.pid, signal.SIGKILL)  # with the programs that a test has started
+        process.wait()
         return "timed out"
 
 
@@ -66,12 +71,12 @@ def suites_near(path):
     return ":".join(f"{name}.*:*/{name}.*" for name in sorted(set(names)))
 
 
-def verdict(path):
+def verdict(path, seconds=None):
     if run("cmake", "--build", BUILD, "--target", "quillon_tests"):
         return "does not compile"
     tests, near = [BUILD / "tests/quillon_tests", "--gtest_fail_fast"], suites_near(path)
     for selection in (near, "-" + near) if near else ("*",):
-        outcome = run(*tests, "--gtest_filter=" + selection, seconds=SECONDS)
+        outcome = run(*tests, "--gtest_filter=" + selection, seconds=seconds)
         if outcome:
             return "timed out" if outcome == "timed out" else "noticed"
     return "SURVIVED"
@@ -95,8 +100,12 @@ def main():
         copy = shutil.copytree if (ROOT / part).is_dir() else shutil.copy
         copy(ROOT / part, COPY / part)
     if run("cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
-           "-DCMAKE_CXX_FLAGS=-O1 -w") or verdict("src/run/run.cpp") != "SURVIVED":
+           "-DCMAKE_CXX_FLAGS=-O1 -w") or run("cmake", "--build", BUILD):
+        sys.exit("the tree does not build")
+    start = time.monotonic()
+    if verdict("src/run/run.cpp") != "SURVIVED":
         sys.exit("the tests do not pass without a change")
+    seconds = 3 * (time.monotonic() - start)  # a change may make a test run for ever
 
     counts = {}
     # File by file, since a change undone is compiled once more, with the next one.
@@ -106,7 +115,7 @@ def main():
         lines = original.splitlines()
         lines[number] = changed
         target.write_text("\n".join(lines) + "\n")
-        outcome = verdict(path)
+        outcome = verdict(path, seconds)
         target.write_text(original)
         counts[outcome] = counts.get(outcome, 0) + 1
         print(f"{outcome}: {path}:{number + 1}: {line.strip()}  =>  {changed.strip()}", flush=True)

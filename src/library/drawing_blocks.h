@@ -31,4 +31,10 @@ struct DrawingBlocks {
     bool isNull = false;
 };
 
+/// Whether each block has its two rows and there are no others.
+inline bool hasEqualLengths(const DrawingBlocks& drawing) {
+    return drawing.shapes.rowCount() == drawing.blocks.size() &&
+           drawing.texts.rowCount() == drawing.blocks.size();
+}
+
 }  // namespace quillon

@@ -24,9 +24,7 @@ class TidyEvents {
 
     /// The drawing, after a whole document.
     std::optional<DrawingBlocks> takeDrawing() {
-        const bool isComplete = isTidy && seen[0] && seen[1] && seen[2];
-        if (isComplete && drawing.shapes.rowCount() == drawing.blocks.size() &&
-            drawing.texts.rowCount() == drawing.blocks.size()) {
+        if (isTidy && seen[0] && seen[1] && seen[2] && hasEqualLengths(drawing)) {
             return std::move(drawing);
         }
         return std::nullopt;

@@ -97,8 +97,7 @@ std::optional<DrawingBlocks> tidyJsonBlocks(std::string_view bytes, simdjson::do
     DrawingBlocks drawing;
     if (members[0] && members[1] && members[2] && appendKeys(*members[0], drawing.blocks) &&
         appendVectors(*members[1], drawing.shapes) && appendVectors(*members[2], drawing.texts) &&
-        drawing.shapes.rowCount() == drawing.blocks.size() &&
-        drawing.texts.rowCount() == drawing.blocks.size()) {
+        hasEqualLengths(drawing)) {
         return drawing;
     }
     return std::nullopt;

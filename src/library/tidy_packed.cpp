@@ -238,8 +238,7 @@ std::optional<DrawingBlocks> tidyPackedBlocks(std::string_view bytes,
             return std::nullopt;
         }
     }
-    if (input.left() != 0 || drawing.shapes.rowCount() != drawing.blocks.size() ||
-        drawing.texts.rowCount() != drawing.blocks.size()) {
+    if (input.left() != 0 || !hasEqualLengths(drawing)) {
         return std::nullopt;
     }
     return drawing;

@@ -118,6 +118,7 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     std::vector<SearchResult>& hits) {
     checkSameWidth(queryShape, shapeMatrix);
     checkSameWidth(queryText, textMatrix);
+    secureProducts();
     searchAdaptiveBy(quickerWay(k, shapeMatrix.shape(0) + 1), k, queryShape, queryText, shapeMatrix,
                      textMatrix, minThreshold, hits);
 }
@@ -134,7 +135,6 @@ void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatri
                       std::vector<SearchResult>& hits) {
     WeightedSides weighted =
         nothingWeighed(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
-    secureProducts();
     Reaches reaches;
     for (std::size_t s = 0; s < reaches.size(); ++s) {
         if (listedRows == ListedRows::all) {
