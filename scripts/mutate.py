@@ -100,7 +100,7 @@ def main():
         copy = shutil.copytree if (ROOT / part).is_dir() else shutil.copy
         copy(ROOT / part, COPY / part)
     if run("cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
-           "-DCMAKE_CXX_FLAGS=-O1 -w") or run("cmake", "--build", BUILD):
+           "-DCMAKE_CXX_FLAGS=-O1 -w", "-DQUILLON_PRECOMPILE=ON") or run("cmake", "--build", BUILD):
         sys.exit("the tree does not build")
     start = time.monotonic()
     if verdict("src/run/run.cpp") != "SURVIVED":

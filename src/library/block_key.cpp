@@ -1,14 +1,18 @@
 #include "library/block_key.h"
 
 #include <algorithm>
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 
 namespace quillon {
 
-std::vector<std::string> splitBlockKey(std::string_view text) {
-    std::vector<std::string> fields;
-    boost::algorithm::split(fields, text, boost::algorithm::is_any_of("*"));
+std::vector<std::string_view> splitBlockKey(std::string_view text) {
+    std::vector<std::string_view> fields;
+    fields.reserve(3);
+    std::size_t star = text.find('*');
+    for (; star != std::string_view::npos; star = text.find('*')) {
+        fields.push_back(text.substr(0, star));
+        text.remove_prefix(star + 1);
+    }
+    fields.push_back(text);
     return fields;
 }
 

@@ -23,9 +23,9 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
                       const std::shared_ptr<const std::filesystem::path>& encodingsPath,
                       bool dedupe, MergeState& state, std::vector<BlockRecord>& records,
                       std::string& remarks) {
-    const auto addBlock = [&](std::size_t index, std::string&& code) {
+    const auto addBlock = [&](std::size_t index, std::string_view code) {
         DrawingBlock& block = drawing.blocks[index];
-        const bool isNew = state.seenCodes.insert(std::move(code)).second;
+        const bool isNew = state.seenCodes.emplace(code).second;
         if (dedupe && !isNew) {
             ++state.duplicateCount;
             return;
@@ -36,14 +36,14 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
         ++state.uniqueCount;
     };
 
-    std::optional<std::pair<std::size_t, std::string>> deferred;
+    std::optional<std::size_t> deferred;
     for (std::size_t i = 0; i < drawing.blocks.size(); ++i) {
         remarks += drawing.blocks[i].remarks;
-        std::vector<std::string> fields = splitBlockKey(drawing.blocks[i].key);
+        const std::vector<std::string_view> fields = splitBlockKey(drawing.blocks[i].key);
         if (fields[2] == "0") {
-            deferred.emplace(i, std::move(fields[1]));
+            deferred = i;
         } else {
-            addBlock(i, std::move(fields[1]));
+            addBlock(i, fields[1]);
         }
     }
     remarks += drawing.remarks;
@@ -51,7 +51,7 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
         std::rethrow_exception(drawing.failure);
     }
     if (deferred) {
-        addBlock(deferred->first, std::move(deferred->second));
+        addBlock(*deferred, splitBlockKey(drawing.blocks[*deferred].key)[1]);
     }
 }
 

@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace quillon {
 namespace {
 
-using Fields = std::vector<std::string>;
+using Fields = std::vector<std::string_view>;
 
 TEST(SplitBlockKey, CutsAtEveryStar) {
     EXPECT_EQ(splitBlockKey("Door 23*D7*3A"), (Fields{"Door 23", "D7", "3A"}));
