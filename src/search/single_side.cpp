@@ -25,7 +25,7 @@ struct Nearest {
 std::vector<float> squaredDistances(const FeatureMatrix& query, const FeatureMatrix& matrix) {
     const std::size_t width = matrix.shape(1);
     std::vector<float> distances(matrix.shape(0));
-    constexpr std::size_t leastRows = 2000;  // some hundred microseconds, several threads' starts
+    constexpr std::size_t leastRows = 2000;  // a millisecond's work, many times a thread's start
     inParallel(distances.size(), leastRows, [&](std::size_t begin, std::size_t end) {
         for (std::size_t row = begin; row < end; ++row) {
             distances[row] = faiss::fvec_L2sqr(query.data(), matrix.data() + row * width, width);
@@ -56,12 +56,13 @@ Nearest nearestRows(std::uint32_t k, const FeatureMatrix& query, const FeatureMa
         // Refused in the index's own words.
         faiss::IndexFlatL2(static_cast<Label>(matrix.shape(1)))
             .search(1, query.data(), 0, distances, labels);
-    } else if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
-        offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k),
-                  squaredDistances(query, matrix));
+        return nearest;
+    }
+    const std::vector<float> ofRows = squaredDistances(query, matrix);
+    if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
+        offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k), ofRows);
     } else {
-        offerRows(faiss::ReservoirResultHandler<Order>(1, distances, labels, k),
-                  squaredDistances(query, matrix));
+        offerRows(faiss::ReservoirResultHandler<Order>(1, distances, labels, k), ofRows);
     }
     return nearest;
 }
