@@ -13,7 +13,11 @@ from pathlib import Path
 
 from program import PROGRAM, ROOT
 
-DOCUMENTS = [ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted(ROOT.glob("docs/**/*.md"))]
+DOCUMENTS = [
+    ROOT / "README.md",
+    ROOT / "CONTRIBUTING.md",
+    *sorted([*ROOT.glob("docs/**/*.md"), *ROOT.glob("examples/**/*.md")]),
+]
 
 
 def nothing(folder):
@@ -42,8 +46,15 @@ NOT_RUN = {
     "cmake --install build/release --prefix ~/.local": "scripts/check-install.sh does the same",
 }
 
-# Code blocks of any other language hold commands. Of these, sh and python can be run here.
-NO_COMMANDS = {"", "json"}
+# What stands in code blocks of these languages is not tried here. All others hold commands, and those
+# in sh and python can be run.
+NO_COMMANDS = {
+    "": "what something prints",
+    "json": "a document",
+    "bat": "for Windows alone",
+    "powershell": "for Windows alone",
+    "csharp": "a piece of a program",
+}
 LOOKS_LIKE_A_COMMAND = re.compile(r"\s*(\$ |\./|\.ci/|scripts/|quillon /|cmake |sudo |apt)")
 
 
