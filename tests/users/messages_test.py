@@ -294,7 +294,7 @@ def and_also(path, content):
 
 
 def start(files, *arguments):
-    """Status, console and text of the result, if there is one, of a run in a folder with the files."""
+    """Status, console and text of the result, if any, of a run in a folder with the files."""
     documents = "/filelist list.json /encode query.json /output result.json".split()
     with tempfile.TemporaryDirectory() as name:
         for path, content in files.items():
