@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh python3
+scripts/install-packages.sh fish groff-base jq mandoc python3 zsh
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.
