@@ -6,13 +6,18 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh \
+    fish \
+    groff-base \
+    jq \
+    mandoc \
     python3 \
     python3-bjdata \
     python3-bson \
     python3-cbor2 \
     python3-jsonschema \
     python3-msgpack \
-    python3-ubjson
+    python3-ubjson \
+    zsh
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.

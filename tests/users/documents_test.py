@@ -42,6 +42,9 @@ NOT_RUN = {
     "./scripts/bench.sh --full process load search growth": CI,
     "./scripts/coverage.sh": "builds everything once more, for numbers that nothing judges",
     "./.ci/run": "runs this test",
+    "./scripts/check-package.sh": CI,
+    "./scripts/package.sh": "scripts/check-package.sh starts it",
+    "sudo apt install ./build/packages/quillon_*_amd64.deb": "scripts/check-package.sh does the same",
     "cmake --preset release && cmake --build --preset release && "
     "cmake --install build/release --prefix ~/.local": "scripts/check-install.sh does the same",
 }
