@@ -75,7 +75,7 @@ Row peakRow(const std::string& name, const char* measure, const Run& run,
 
 void peakOfLoad(const LibrarySpec& spec, const Settings& settings, Report& report) {
     const DiskLibrary library(spec, settings);
-    const Run run = runQuery(library.files.list, library.files.narrowQuery, "shape", 1);
+    const Run run = runQuery(library.files.list, library.files.narrowQuery, "simple", 1);
     report.add(peakRow("peakOfLoad/" + spec.extension.substr(1) + "/" + sizeName(spec),
                        "peak memory of a load / the two matrices", run,
                        goalIf(settings.full, {1.35, 1.15})));
