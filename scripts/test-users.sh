@@ -5,7 +5,14 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh python3
+scripts/install-packages.sh \
+    g++ \
+    libboost-dev \
+    libmono-system-runtime-serialization4.0-cil \
+    mono-mcs \
+    mono-runtime \
+    nlohmann-json3-dev \
+    python3
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.
