@@ -7,12 +7,17 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh \
     g++ \
+    jq \
     libboost-dev \
     libmono-system-runtime-serialization4.0-cil \
     mono-mcs \
     mono-runtime \
     nlohmann-json3-dev \
-    python3
+    parallel \
+    python3 \
+    python3-cbor2 \
+    python3-matplotlib \
+    python3-numpy
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.
