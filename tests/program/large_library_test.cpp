@@ -81,6 +81,25 @@ TEST(LargeLibrary, ManySmallDrawingsTakeNoGigabytes) {
     EXPECT_LT(oneAtATime.peakMiB, 512U);
 }
 
+// 30,000 blocks have 58 MiB of shapes and 43 MiB of texts.
+TEST(LargeLibrary, ASearchOfOneSideHoldsTheRowsOfThatSideAlone) {
+    const TempFolder folder;
+    const MarkedBlock block{"block*A*1", 1.5};
+    folder.write("drawing.cbor",
+                 encoded(encodings(std::vector<MarkedBlock>(1000, block)), ".cbor"));
+    writeQueryAndList(folder, std::vector<std::string>(30, "drawing.cbor"));
+    const auto peakOf = [&](const char* method) {
+        const ProgramResult run =
+            runIn(folder, {"/no-dedup", "/no-parallel-load", "/method", method});
+        expectCleanEnd(run);
+        EXPECT_EQ(run.status, 0) << run.out;
+        return run.peakMiB;
+    };
+    const std::size_t both = peakOf("simple");
+    EXPECT_LT(peakOf("shape"), both - 35);
+    EXPECT_LT(peakOf("text"), both - 45);
+}
+
 TEST(LargeLibrary, ADrawingOfAHundredMegabytesIsRead) {
     constexpr std::size_t blocks = 14000;
     const TempFolder folder;

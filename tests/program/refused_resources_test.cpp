@@ -100,6 +100,20 @@ TEST(RefusedResources, OneThreadIsEnough) {
     }
 }
 
+TEST(RefusedResources, ThreadsThatOpenMpHoldsBackAreNotWaitedFor) {
+    const TempFolder folder;
+    writeQueryAndLibrary(folder, 60);
+    const Outcome right = runUnder(folder, "adaptive", {});
+    ASSERT_EQ(right.status, 0);
+    for (const std::string limit :
+         {"OMP_THREAD_LIMIT=1", "OMP_MAX_ACTIVE_LEVELS=0", "OMP_DYNAMIC=true"}) {
+        SCOPED_TRACE(limit);
+        expectSame(runUnder(folder, "adaptive",
+                            {"timeout", "--signal=KILL", "60", "env", "OMP_NUM_THREADS=2", limit}),
+                   right);
+    }
+}
+
 TEST(RefusedResources, LittleMemoryIsReportedOrEnough) {
     const TempFolder folder;
     writeQueryAndLibrary(folder, 60);

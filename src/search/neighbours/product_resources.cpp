@@ -2,6 +2,7 @@
 
 #include <faiss/VectorTransform.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <latch>
@@ -10,7 +11,10 @@
 #include <vector>
 
 // As omp.h has them, which comes with the compiler and not with the library that BLAS runs on.
+extern "C" int omp_get_max_active_levels();
 extern "C" int omp_get_max_threads();
+extern "C" int omp_get_thread_limit();
+extern "C" void omp_set_dynamic(int isDynamic);
 extern "C" void omp_set_num_threads(int count);
 
 namespace quillon {
@@ -18,6 +22,13 @@ namespace {
 
 /// 128 MiB for the largest product that OpenBLAS makes at once, and some for what goes with it.
 constexpr std::size_t workSpaceBytes = std::size_t{136} << 20U;
+
+/// As many as OpenMP gives every time it is asked: its limits come from the environment, and it
+/// starts fewer threads than a product asks for without a word.
+int threadsGranted() {
+    return omp_get_max_active_levels() > 0 ? std::min(omp_get_max_threads(), omp_get_thread_limit())
+                                           : 1;
+}
 
 /// All at a time, as in a product.
 bool canStartThreads(int count) {
@@ -51,9 +62,10 @@ void makeFirstProduct() {
 
 void secureProducts() {
     void* workSpace = ::operator new(workSpaceBytes);
-    if (!canStartThreads(omp_get_max_threads() - 1)) {
-        omp_set_num_threads(1);
-    }
+    // A product waits for ever for a thread that does not come.
+    omp_set_dynamic(0);
+    const int threadCount = threadsGranted();
+    omp_set_num_threads(canStartThreads(threadCount - 1) ? threadCount : 1);
     ::operator delete(workSpace);
     makeFirstProduct();
 }

@@ -1,0 +1,42 @@
+# Completion of Quillon's command line for bash. An option's name begins with a slash, as a path does,
+# so what is offered hangs on whether the word is an option's value, told as the program tells it.
+
+_quillon() {
+    local option i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        option=
+        case ${COMP_WORDS[i]} in
+            /filelist | /encode | /output | /method | /topk | /min)
+                option=${COMP_WORDS[i]}
+                ((i++))
+                ;;
+        esac
+    done
+    # An option whose value lies before this word is done with.
+    ((i > COMP_CWORD)) || option=
+
+    local word=${COMP_WORDS[COMP_CWORD]} extension
+    COMPREPLY=()
+    case $option in
+        /filelist | /encode | /output)
+            compopt -o filenames 2>/dev/null # quotes what needs it; refused outside of a completion
+            # Without the quotes typed so far; the shell puts its own.
+            word=${word#[\"\']}
+            word=${word//\\/}
+            mapfile -t COMPREPLY < <(
+                compgen -d -- "$word"
+                for extension in json bson cbor msgpack ubj jdb; do
+                    compgen -f -X "!*.$extension" -- "$word"
+                done
+            )
+            ;;
+        /method) mapfile -t COMPREPLY < <(compgen -W 'adaptive shape text simple' -- "$word") ;;
+        /topk | /min) ;;
+        *)
+            mapfile -t COMPREPLY < <(compgen -W '/filelist /encode /output /method /topk /min
+                /no-dedup /no-parallel-load /pretty' -- "$word")
+            ;;
+    esac
+}
+
+complete -F _quillon quillon

@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Makes the packages and proves them, as root: lintian's opinion, the archive unpacked and run, and
+# the Debian package installed into a Debian with nothing but its base, run there, and removed again.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh debootstrap jq lintian
+scripts/package.sh
+version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+packages=$PWD/build/packages
+debian=$packages/quillon_$version-1_amd64.deb
+(cd "$packages" && sha256sum --check --quiet SHA256SUMS)
+lintian --allow-root --fail-on error,warning "$debian"
+
+work=$(mktemp -d)
+root=$work/root
+cleanUp() {
+    umount "$root/proc" "$root/sys" 2>/dev/null || true # left by a debootstrap that failed
+    rm -rf --one-file-system "$work"
+}
+trap cleanUp EXIT
+
+query=(/filelist filelist.json /encode queries/1-door-23-3.json /output)
+
+tar -xf "$packages/quillon-$version-linux-x86_64.tar.gz" -C "$work"
+(cd examples/drawings && "$work/quillon-$version-linux-x86_64/bin/quillon" "${query[@]}" \
+    "$work/result.json" >"$work/console.txt")
+scripts/check-sample-hits.sh "$work/result.json"
+
+# From where this machine has its own packages.
+mirror=$(apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Codename: bookworm' | sed -n 1p)
+debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"$work/debootstrap.log" ||
+    { cat "$work/debootstrap.log"; exit 1; }
+cp -r examples/drawings "$root/srv/drawings"
+cp "$debian" "$root/srv/quillon.deb"
+
+inRoot() {
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
+}
+paths() { # all but the package manager's own books and logs
+    (cd "$root" && find . -xdev \( -path ./var/lib/apt -o -path ./var/lib/dpkg -o \
+        -path ./var/cache/apt -o -path ./var/log \) -prune -o -print | sort)
+}
+paths >"$work/before"
+inRoot apt-get install -y -qq --no-install-recommends /srv/quillon.deb >"$work/apt.log" 2>&1 ||
+    { cat "$work/apt.log"; exit 1; }
+
+{
+    cat <<'END'
+/usr/bin/quillon
+/usr/share/bash-completion/completions/quillon
+/usr/share/doc/quillon/LICENSE
+/usr/share/doc/quillon/THIRD-PARTY.md
+/usr/share/doc/quillon/changelog.Debian.gz
+/usr/share/doc/quillon/changelog.gz
+/usr/share/doc/quillon/copyright
+/usr/share/fish/vendor_completions.d/quillon.fish
+/usr/share/lintian/overrides/quillon
+/usr/share/man/man1/quillon.1.gz
+/usr/share/zsh/vendor-completions/_quillon
+END
+    [ ! -f docs/messages.md ] || echo /usr/share/doc/quillon/messages.md
+    [ ! -d docs/schema ] ||
+        find docs/schema -name '*.schema.json' -printf '/usr/share/quillon/schema/%f\n'
+} | sort >"$work/expected"
+inRoot dpkg -L quillon | while read -r path; do
+    if [ -f "$root$path" ]; then printf '%s\n' "$path"; fi
+done | sort | diff "$work/expected" -
+
+zcat "$root/usr/share/man/man1/quillon.1.gz" | grep -q "^\.TH .* \"quillon $version\"" ||
+    { echo "The manual page is not that of $version" >&2; exit 1; }
+
+# Its only BLAS is the one that the package asks for.
+inRoot dpkg-query -W -f '${binary:Package} ${db:Status-Status}\n' | grep -E '^lib(open)?blas' |
+    diff <(echo 'libopenblas0-openmp:amd64 installed') -
+
+inRoot sh -c 'cd /srv/drawings && exec quillon "$@"' quillon "${query[@]}" /srv/result.json \
+    >"$work/console.txt"
+scripts/check-sample-hits.sh "$root/srv/result.json"
+
+rm "$root/srv/result.json"
+inRoot apt-get purge -y -qq --autoremove quillon >"$work/apt.log" 2>&1 ||
+    { cat "$work/apt.log"; exit 1; }
+paths | diff "$work/before" - || { echo 'The removed package left or took these' >&2; exit 1; }
