@@ -7,15 +7,24 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh \
     fish \
+    g++ \
     groff-base \
     jq \
+    libboost-dev \
+    libmono-system-runtime-serialization4.0-cil \
     mandoc \
+    mono-mcs \
+    mono-runtime \
+    nlohmann-json3-dev \
+    parallel \
     python3 \
     python3-bjdata \
     python3-bson \
     python3-cbor2 \
     python3-jsonschema \
+    python3-matplotlib \
     python3-msgpack \
+    python3-numpy \
     python3-ubjson \
     zsh
 [ $# -gt 0 ] || scripts/build.sh release
