@@ -1,0 +1,31 @@
+// The limit of a load as a program of its own, which whole runs are held against: to give pages to
+// a process that has had none costs more than to give them to one that has just let go of some.
+//     quillon_limit LIST BLOCKS    fails unless the files of LIST, of 32-bit floats, hold so many
+#include <exception>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "documents/json_file.h"
+#include "limit.h"
+#include "measure.h"
+#include "shared/utf8_path.h"
+
+int main(int /*count*/, char** values) {
+    using namespace quillon;
+    try {
+        std::vector<std::filesystem::path> files;
+        for (const auto& path : readJsonFile(pathFromUtf8(values[1])).at("files")) {
+            files.push_back(pathFromUtf8(path.get<std::string>()));
+        }
+        std::size_t blocks = 0;
+        for (const bench::MovedRows& rows : bench::loadAtTheLimit(files, 4)) {
+            blocks += rows.shapes.rowCount();
+        }
+        bench::require(std::to_string(blocks) == values[2], "blocks of the limit");
+    } catch (const std::exception& exception) {
+        std::cerr << exception.what() << '\n';
+        return 1;
+    }
+    return 0;
+}
