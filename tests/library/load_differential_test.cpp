@@ -54,7 +54,8 @@ void expectSameRows(const FeatureMatrix& ours, const FeatureMatrix& plain, bool 
     }
 }
 
-/// Both loads of one list in both modes, with and without deduplication, and ours of one side alone.
+/// Both loads of one list in both modes, with and without deduplication, and ours of one side
+/// alone.
 void expectSameLoads(const std::filesystem::path& list, const std::string& label) {
     for (const bool parallelLoad : {true, false}) {
         for (const bool dedupe : {true, false}) {
