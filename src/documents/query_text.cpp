@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cuchar>
-#include <cwchar>
-#include <cwctype>
+#include <optional>
+
+#include "shared/utf8.h"
 
 namespace quillon {
 namespace {
@@ -18,33 +18,23 @@ bool isSpaceOrDigit(unsigned char byte) {
     return isAscii(byte) && (std::isspace(byte) != 0 || std::isdigit(byte) != 0);
 }
 
+// The same everywhere: a platform's table of characters hangs on its age and on the locale.
 bool isPrintableCharacter(char32_t character) {
-    // Where wide characters have 16 bits the locale can't be asked beyond them. What lies there is
-    // rare scripts and symbols, nearly all of it printable.
-    if (character > WCHAR_MAX) {
-        return character <= 0x10FFFF;
+    if (character < 0xA0) {
+        return character >= ' ' && character <= '~';
     }
-    return std::iswprint(static_cast<std::wint_t>(character)) != 0;
+    const bool isNoncharacter =
+        (character >= 0xFDD0 && character <= 0xFDEF) || (character & 0xFFFEU) == 0xFFFE;
+    return !isNoncharacter;
 }
 
 bool isPrintable(std::string_view text) {
     while (!text.empty()) {
-        const auto first = static_cast<unsigned char>(text.front());
-        std::size_t length = 1;
-        if (isAscii(first)) {
-            if (std::isprint(first) == 0) {
-                return false;
-            }
-        } else {
-            char32_t character = 0;
-            std::mbstate_t state{};
-            length = std::mbrtoc32(&character, text.data(), text.size(), &state);
-            // Malformed and cut-off sequences are reported as lengths no text has.
-            if (length > text.size() || !isPrintableCharacter(character)) {
-                return false;
-            }
+        const std::optional<Utf8Character> character = firstCharacter(text);
+        if (!character || !isPrintableCharacter(character->value)) {
+            return false;
         }
-        text.remove_prefix(length);
+        text.remove_prefix(character->length);
     }
     return true;
 }

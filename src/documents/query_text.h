@@ -7,8 +7,7 @@ namespace quillon {
 
 /// True for a text under 3 bytes, of white space and digits only, with a character that can't be
 /// printed, or beginning with "A$C" or "a$c" (names that CAD programs make up). `text` is UTF-8 and
-/// is not trimmed; a malformed sequence is not printable. Beyond ASCII the process locale, which
-/// must be a UTF-8 one, knows which characters can be printed.
+/// is not trimmed. Control characters, noncharacters and malformed sequences can't be printed.
 bool isMeaninglessText(std::string_view text);
 
 }  // namespace quillon

@@ -1,5 +1,4 @@
-// Which query texts say too little to be searched by. Runs under a UTF-8 locale, as the program
-// does.
+// Which query texts say too little to be searched by.
 #include "documents/query_text.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +28,16 @@ TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
              "door\x7F"sv,
              "do\0or"sv,
              "\0\0\0"sv,
+             "door\xC2\x80"sv,
              "door\xC2\x85"sv,
+             "door\xC2\x9F"sv,
+             // a noncharacter
+             "door\xEF\xB7\x90"sv,
+             "door\xEF\xB7\xAF"sv,
+             "door\xEF\xBF\xBE"sv,
+             "door\xEF\xBF\xBF"sv,
+             "door\xF0\x9F\xBF\xBE"sv,
+             "door\xF4\x8F\xBF\xBF"sv,
              // malformed UTF-8: a lone byte, a cut-off character, an overlong form, a surrogate,
              // a number beyond the last character
              "door\xFF"sv,
@@ -53,9 +61,35 @@ TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
 
 TEST(IsMeaninglessText, DoesNotHoldForRealTexts) {
     for (const std::string_view text : {
-             "abc"sv,  "a b"sv,    "---"sv,  "12a"sv, "1-2"sv,    "2024-01"sv, "   a"sv,
-             " A$C"sv, "A$c"sv,    "a$C"sv,  "A$D"sv, "xA$C"sv,   "éa"sv,      "椅"sv,
-             "椅子"sv, "TÜR 90"sv, "90 ü"sv, "🚪"sv,   "１２３"sv,
+             "abc"sv,
+             "a b"sv,
+             "---"sv,
+             "12a"sv,
+             "1-2"sv,
+             "2024-01"sv,
+             "   a"sv,
+             " A$C"sv,
+             "A$c"sv,
+             "a$C"sv,
+             "A$D"sv,
+             "xA$C"sv,
+             "éa"sv,
+             "椅"sv,
+             "椅子"sv,
+             "TÜR 90"sv,
+             "90 ü"sv,
+             "🚪"sv,
+             "１２３"sv,
+             // blanks beyond ASCII, a character for private use, one that is not assigned yet, the
+             // neighbours of noncharacters
+             "a\xC2\xA0"sv,
+             "a\u2028"sv,
+             "a\uE000"sv,
+             "a\u0378"sv,
+             "a\uFDCF"sv,
+             "a\uFDF0"sv,
+             "a\uFFFD"sv,
+             "a\U0010FFFD"sv,
          }) {
         EXPECT_FALSE(isMeaninglessText(text)) << '"' << text << '"';
     }
