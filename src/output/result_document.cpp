@@ -26,8 +26,7 @@ std::pair<std::string, std::string> drawingMember(const std::filesystem::path& e
 
 std::filesystem::path resolveDrawingPath(const std::filesystem::path& encodingsPath) {
     const std::filesystem::path directoryName = encodingsPath.parent_path().filename();
-    return std::filesystem::absolute(encodingsPath / "../../../.." / directoryName)
-        .lexically_normal();
+    return fullPath(encodingsPath / "../../../.." / directoryName);
 }
 
 json buildResultDocument(const std::vector<SearchResult>& hits,

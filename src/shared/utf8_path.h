@@ -1,5 +1,6 @@
-// Paths and UTF-8 text into each other. A narrow string given to a path directly is taken for the
-// platform's code page, which is not UTF-8 everywhere, so every conversion goes through here.
+// Paths: UTF-8 text into them and back, and their absolute form. A narrow string given to a path
+// directly is taken for the platform's code page, which is not UTF-8 everywhere, so every
+// conversion goes through here.
 #pragma once
 
 #include <filesystem>
@@ -8,13 +9,17 @@
 
 namespace quillon {
 
-inline std::filesystem::path pathFromUtf8(std::string_view text) {
-    return {std::u8string(text.begin(), text.end())};
-}
+/// Where paths are UTF-16, malformed UTF-8 can name no file: there it throws the std::runtime_error
+/// of an input file that can't be opened. Elsewhere it is a name like any other.
+std::filesystem::path pathFromUtf8(std::string_view text);
 
 inline std::string utf8FromPath(const std::filesystem::path& path) {
     const std::u8string text = path.u8string();
     return {text.begin(), text.end()};
 }
+
+/// `path` from the root on, without "." and "..". The file system is not asked whether anything
+/// exists. Throws std::filesystem::filesystem_error when the current directory is unknown.
+std::filesystem::path fullPath(const std::filesystem::path& path);
 
 }  // namespace quillon
