@@ -1,5 +1,5 @@
 // The process entry: UTF-8 arguments, a UTF-8 locale, the one handler for exceptions and the exit
-// status. The only file that knows the operating system.
+// status. With shared/utf8_path.cpp the only file that knows the operating system.
 #include <algorithm>
 #include <clocale>
 #include <exception>
@@ -13,6 +13,7 @@
 #ifdef _WIN32
 #include <codecvt>
 #include <locale>
+#include <stdexcept>
 #endif
 
 namespace {
@@ -37,7 +38,11 @@ int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
 int wmain(int count, wchar_t** values) {
     std::setlocale(LC_ALL, ".UTF8");
     return runGuarded(count, values, [](const wchar_t* value) {
-        return std::wstring_convert<std::codecvt_utf8<wchar_t>>().to_bytes(value);
+        try {
+            return std::wstring_convert<std::codecvt_utf8_utf16<wchar_t>>().to_bytes(value);
+        } catch (const std::range_error&) {
+            throw std::invalid_argument("an argument is not valid UTF-16");
+        }
     });
 }
 

@@ -220,8 +220,11 @@ TEST(CommandLine, PathsAreTakenAsTheyStandAndPrintedQuoted) {
     const std::vector<Case> cases{{"with blank.json", "with blank.json"},
                                   {"TÜR 90.json", "TÜR 90.json"},
                                   {"椅子.json", "椅子.json"},
+                                  {"🚪.json", "🚪.json"},
+#ifndef _WIN32  // which has no such names
                                   {R"(a"quote.json)", R"(a\"quote.json)"},
                                   {R"(back\slash.json)", R"(back\\slash.json)"},
+#endif
                                   {"a.b.json", "a.b.json"}};
     const TempFolder folder;
     writeFiveBlocks(folder);
@@ -252,6 +255,20 @@ TEST(CommandLine, AnOptionInThePlaceOfAValueIsThatValue) {
     EXPECT_EQ(maskTimes(result.out),
               console.untilLoad() + report("fail to open input file: /pretty"));
 }
+
+#ifdef _WIN32
+
+TEST(CommandLine, AnArgumentThatIsNotUtf16IsReported) {
+    const TempFolder folder;
+    writeFiveBlocks(folder);
+    for (const std::string argument : {"\xED\xA0\xBD.json", "\xED\xBA\xAA.json", "\xED\xA0\xBD"}) {
+        const ProgramResult result = runIn(folder, {"/encode", argument});
+        expectCleanEnd(result);
+        EXPECT_EQ(result.out, report("an argument is not valid UTF-16"));
+    }
+}
+
+#endif
 
 }  // namespace
 }  // namespace quillon::test
