@@ -4,6 +4,7 @@
 // taken.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -15,6 +16,12 @@ namespace quillon {
 /// What the readers may take of the stack, which has 8 MiB on every thread that reads. No document
 /// within the nesting limit of binary_limits.h comes near it.
 inline constexpr std::size_t maxReaderStackBytes = std::size_t{4} << 20U;
+
+/// The lowest address that readers started at address `start` may reach. Some systems have stacks
+/// so low that there is less below them.
+constexpr std::uintptr_t lowestReaderStack(std::uintptr_t start) {
+    return start - std::min<std::uintptr_t>(start, maxReaderStackBytes);
+}
 
 /// Thrown out of a reader that has taken more.
 struct ReaderStackExceeded {};
@@ -30,7 +37,7 @@ class WatchedByte {
     /// Measures from the frame that calls it. Stacks grow down wherever this tool runs.
     explicit WatchedByte(const char* start) : byte(start) {
         const volatile char marker = 0;
-        lowestStack = reinterpret_cast<std::uintptr_t>(&marker) - maxReaderStackBytes;
+        lowestStack = lowestReaderStack(reinterpret_cast<std::uintptr_t>(&marker));
     }
 
     reference operator*() const { return *byte; }

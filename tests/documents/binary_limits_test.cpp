@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "documents/binary_walk.h"
 #include "documents/json_file.h"
 #include "shared/utf8_path.h"
 #include "support/failure_texts.h"
@@ -68,6 +69,12 @@ std::vector<NestedDocument> nestedDocuments(std::size_t depth) {
         {".jdb", Input::bjdata, repeated("[", depth) + repeated("]", depth)},
         {".jdb", Input::bjdata, repeated("{i\1k", depth - 1) + "{" + repeated("}", depth)},
     };
+}
+
+TEST(LowestReaderStack, LiesBelowTheStartButNotBelowZero) {
+    EXPECT_EQ(lowestReaderStack(0x7FFF'F000'0000), 0x7FFF'EFC0'0000U);
+    EXPECT_EQ(lowestReaderStack(maxReaderStackBytes), 0U);
+    EXPECT_EQ(lowestReaderStack(0x21'F000), 0U);
 }
 
 TEST(CheckBinaryLimits, AcceptsTheDeepestAllowedNesting) {
