@@ -23,6 +23,7 @@ using namespace std::string_view_literals;
 using nlohmann::json;
 using test::parseErrorText;
 using test::readBytes;
+using test::readText;
 using test::TempFolder;
 using test::thrownText;
 
@@ -199,7 +200,7 @@ TEST(WriteJsonFile, IndentsJsonTextByFourBlanksALevel) {
     const TempFolder folder;
     const fs::path path = folder.path() / "pretty.json";
     writeJsonFile(sample, path, true);
-    EXPECT_EQ(readBytes(path), R"({
+    EXPECT_EQ(readText(path), R"({
     "m": [
         null,
         true,

@@ -31,4 +31,8 @@ class TempFolder {
 
 std::string readBytes(const std::filesystem::path& path);
 
+/// What a text stream wrote, each line ending with a line feed alone. Throws where a line does not
+/// end as the system's text streams end it.
+std::string readText(const std::filesystem::path& path);
+
 }  // namespace quillon::test
