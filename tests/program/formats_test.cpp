@@ -263,7 +263,7 @@ TEST(Formats, NullsInAVectorEndTheLoadOfTheDrawing) {
                 EXPECT_EQ(out, console.untilFiles(1) + report(text));
             } else {
                 const std::string start = console.untilFiles(1) +
-                                          mode.failureLine('"' + path + '"', text) +
+                                          mode.failureLine(quoted(path), text) +
                                           ConsoleText::summary(1, 0, 0, 0) + "exception: Error in ";
                 EXPECT_EQ(out.substr(0, start.size()), start);
             }
