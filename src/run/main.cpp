@@ -11,8 +11,8 @@
 #include "shared/console.h"
 
 #ifdef _WIN32
-#include <codecvt>
-#include <locale>
+#include <windows.h>
+
 #include <stdexcept>
 #endif
 
@@ -38,11 +38,18 @@ int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
 int wmain(int count, wchar_t** values) {
     std::setlocale(LC_ALL, ".UTF8");
     return runGuarded(count, values, [](const wchar_t* value) {
-        try {
-            return std::wstring_convert<std::codecvt_utf8_utf16<wchar_t>>().to_bytes(value);
-        } catch (const std::range_error&) {
+        const auto convert = [value](char* bytes, int size) {
+            return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, value, -1, bytes, size,
+                                       nullptr, nullptr);
+        };
+        const int size = convert(nullptr, 0);  // with the NUL
+        if (size == 0) {
             throw std::invalid_argument("an argument is not valid UTF-16");
         }
+        std::string text(static_cast<std::size_t>(size), '\0');
+        convert(text.data(), size);
+        text.pop_back();
+        return text;
     });
 }
 

@@ -109,7 +109,7 @@ TEST(BrokenFiles, OutputsWithoutAKnownExtensionAreLeftEmpty) {
     const TempFolder folder;
     writeGoodRun(folder);
     for (const std::string name :
-         {"result", "result.txt", "result.JSON", "result.json.", ".json"}) {
+         {"result", "result.txt", "other.JSON", "other.json.", ".json"}) {
         SCOPED_TRACE(name);
         ConsoleText console;
         console.output = '"' + name + '"';

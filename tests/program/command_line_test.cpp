@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "program/program_folder.h"
+#include "shared/utf8_path.h"
 
 namespace quillon::test {
 namespace {
@@ -241,7 +242,7 @@ TEST(CommandLine, PathsAreTakenAsTheyStandAndPrintedQuoted) {
         expectCleanEnd(result);
         EXPECT_EQ(maskTimes(result.out), console.untilFiles(1) + ConsoleText::summary(1, 5, 5, 0) +
                                              ConsoleText::success());
-        EXPECT_TRUE(nlohmann::json::accept(readBytes(folder.path() / ("out " + name))));
+        EXPECT_TRUE(nlohmann::json::accept(readBytes(folder.path() / pathFromUtf8("out " + name))));
     }
 }
 

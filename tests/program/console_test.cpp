@@ -56,7 +56,7 @@ TEST(ConsoleRun, ByTextReportsTheQuerysTwinAndIndentsByFourBlanks) {
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(maskTimes(result.out), console.untilFiles(1) + ConsoleText::summary(1, 2, 2, 0) +
                                              ConsoleText::success());
-        EXPECT_EQ(resultText(folder), R"({
+        EXPECT_EQ(readText(folder.path() / "result.json"), R"({
     "blocks": [
         {
             "code": "T",
