@@ -14,7 +14,6 @@
 #include "support/temp_folder.h"
 
 namespace quillon::bench {
-namespace {
 
 namespace fs = std::filesystem;
 
@@ -26,8 +25,6 @@ std::vector<fs::path> listedFiles(const LibraryFiles& files) {
     }
     return paths;
 }
-
-}  // namespace
 
 DiskLibrary::DiskLibrary(const LibrarySpec& spec, const Settings& settings)
     : files(libraryFiles(settings.dataFolder / (spec.extension.substr(1) + "-" + sizeName(spec)))),
@@ -52,7 +49,10 @@ DiskLibrary::~DiskLibrary() {
 }
 
 std::string sizeName(const LibrarySpec& spec) {
-    return std::to_string(spec.blocks) + "-in-" + std::to_string(spec.files);
+    const char* numbers = spec.numbers == Numbers::single ? ""
+                          : spec.numbers == Numbers::wide ? "-wide"
+                                                          : "-shortened";
+    return std::to_string(spec.blocks) + "-in-" + std::to_string(spec.files) + numbers;
 }
 
 std::vector<FileBytes> readEncodings(const LibraryFiles& files) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "generate_library.h"
-#include "library/block_records.h"
+#include "library/block_library.h"
 
 namespace quillon::bench {
 
@@ -17,6 +17,11 @@ struct Settings {
     bool keep = false;  // leave the libraries on the disk, and use those that are there
     std::filesystem::path dataFolder;
 };
+
+/// How long the rounds of one row may take: in small sizes just enough to see that all works.
+inline double budgetSeconds(const Settings& settings, double inFullSize = 10.0) {
+    return settings.full ? inFullSize : 0.5;
+}
 
 /// A library on the disk, removed with this object unless it is to be kept.
 class DiskLibrary {
@@ -36,6 +41,9 @@ class DiskLibrary {
 
 /// "20000-in-400": how a row's name tells the size of a library.
 std::string sizeName(const LibrarySpec& spec);
+
+/// The paths of the encodings files, in list order.
+std::vector<std::filesystem::path> listedFiles(const LibraryFiles& files);
 
 /// The contents of all encodings files, each with the padding behind it that simdjson wants.
 struct FileBytes {

@@ -1,10 +1,10 @@
 #include "generate_library.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
@@ -15,6 +15,8 @@
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 #include "shared/utf8_path.h"
+#include "support/formats.h"
+#include "support/temp_folder.h"
 
 namespace quillon::bench {
 namespace {
@@ -88,38 +90,56 @@ json vectorsTree(const std::vector<float>& values, std::size_t width) {
     return vectors;
 }
 
-std::string encoded(const Drawing& drawing, const std::string& extension) {
-    if (extension == ".json") {
-        return jsonText(drawing);
+void appendBigEndian(std::uint64_t bits, std::size_t size, std::string& bytes) {
+    for (std::size_t i = size; i-- > 0;) {
+        bytes += static_cast<char>(bits >> 8 * i & 0xFFU);
     }
-    const json tree = {{blocksKey, drawing.keys},
-                       {shapeKey, vectorsTree(drawing.shapes, shapeWidth)},
-                       {textKey, vectorsTree(drawing.texts, textWidth)}};
-    std::string bytes;
-    if (extension == ".bson") {
-        json::to_bson(tree, bytes);
-    } else if (extension == ".cbor") {
-        json::to_cbor(tree, bytes);
-    } else if (extension == ".msgpack") {
-        json::to_msgpack(tree, bytes);
-    } else if (extension == ".ubj") {
-        json::to_ubjson(tree, bytes);
-    } else if (extension == ".jdb") {
-        json::to_bjdata(tree, bytes);
-    } else {
-        throw std::invalid_argument("no encodings format has the extension " + extension);
+}
+
+/// By hand, since the JSON library writes 64 bits only where 32 change the number, and never 16.
+void appendCborVectors(const std::vector<float>& values, std::size_t width, Numbers numbers,
+                       std::string& bytes) {
+    bytes += '\x99';
+    appendBigEndian(values.size() / width, 2, bytes);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (i % width == 0) {
+            bytes += '\x99';
+            appendBigEndian(width, 2, bytes);
+        }
+        if (numbers == Numbers::wide) {
+            bytes += '\xFB';
+            appendBigEndian(std::bit_cast<std::uint64_t>(double{values[i]}), 8, bytes);
+        } else if (i % 16 == 0) {
+            bytes += '\xF9';
+            appendBigEndian(0, 2, bytes);
+        } else {
+            bytes += '\xFA';
+            appendBigEndian(std::bit_cast<std::uint32_t>(values[i]), 4, bytes);
+        }
     }
+}
+
+std::string cborBytes(const Drawing& drawing, Numbers numbers) {
+    std::string bytes = "\xA3\x66";
+    bytes += blocksKey;
+    json::to_cbor(drawing.keys, bytes);
+    bytes += '\x65';
+    bytes += shapeKey;
+    appendCborVectors(drawing.shapes, shapeWidth, numbers, bytes);
+    bytes += '\x64';
+    bytes += textKey;
+    appendCborVectors(drawing.texts, textWidth, numbers, bytes);
     return bytes;
 }
 
-void writeFile(const fs::path& path, const std::string& bytes) {
-    fs::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + utf8FromPath(path));
+std::string bytesOf(const Drawing& drawing, const std::string& extension) {
+    if (extension == ".json") {
+        return jsonText(drawing);
     }
+    return test::encoded({{blocksKey, drawing.keys},
+                          {shapeKey, vectorsTree(drawing.shapes, shapeWidth)},
+                          {textKey, vectorsTree(drawing.texts, textWidth)}},
+                         extension);
 }
 
 fs::path encodingsPath(const LibrarySpec& spec, const fs::path& folder, std::size_t file) {
@@ -148,17 +168,19 @@ LibraryFiles libraryFiles(const fs::path& folder) {
 
 void writeLibrary(const LibrarySpec& spec, const fs::path& folder) {
     forEachIndex(spec.files, [&](std::size_t file) {
-        writeFile(encodingsPath(spec, folder, file),
-                  encoded(makeDrawing(spec, file), spec.extension));
+        test::writeBytes(encodingsPath(spec, folder, file),
+                         spec.numbers == Numbers::single
+                             ? bytesOf(makeDrawing(spec, file), spec.extension)
+                             : cborBytes(makeDrawing(spec, file), spec.numbers));
     });
     json list = json::array();
     for (std::size_t file = 0; file < spec.files; ++file) {
         list.push_back(utf8FromPath(encodingsPath(spec, folder, file)));
     }
     const LibraryFiles files = libraryFiles(folder);
-    writeFile(files.query, queryDocument(spec.blocks, shapeWidth));
-    writeFile(files.narrowQuery, queryDocument(spec.blocks, 1));
-    writeFile(files.list, json{{filesKey, list}}.dump());
+    test::writeBytes(files.query, queryDocument(spec.blocks, shapeWidth));
+    test::writeBytes(files.narrowQuery, queryDocument(spec.blocks, 1));
+    test::writeBytes(files.list, json{{filesKey, list}}.dump());
 }
 
 }  // namespace quillon::bench

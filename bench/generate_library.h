@@ -7,10 +7,18 @@
 
 namespace quillon::bench {
 
+/// How an encoder of CBOR writes numbers.
+enum class Numbers {
+    single,     // 32 bits each, as do the encoders of the other formats, or 64 where they must
+    wide,       // 64 bits each
+    shortened,  // 32 bits, but 16 where these are enough: for one number in 16, which is 0
+};
+
 struct LibrarySpec {
     std::string extension;  // of the encodings files, ".json" for example; decides their format
     std::size_t blocks;     // repeated ones included
     std::size_t files;      // at least 1, at most `blocks`; the blocks are spread evenly over them
+    Numbers numbers = Numbers::single;  // others for CBOR only
 };
 
 struct LibraryFiles {

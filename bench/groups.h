@@ -16,6 +16,9 @@ void benchLoad(const Settings& settings, Report& report);
 /// The search methods, against the index alone and against the dense form.
 void benchSearch(const Settings& settings, Report& report);
 
+/// Whole runs against a Python program that does the same; needs its packages.
+void benchPython(const Settings& settings, Report& report);
+
 /// Time by the number of blocks.
 void benchGrowth(const Settings& settings, Report& report);
 

@@ -1,3 +1,4 @@
+// Time by the number of blocks: loads, searches, and how many rows Adaptive looks at more closely.
 #include <algorithm>
 #include <set>
 #include <string>
@@ -34,22 +35,23 @@ void growthOfLoad(const char* operation, const LibrarySpec& spec, const Settings
     const DiskLibrary library(spec, settings);
     BlockLibrary loaded;
     const Timing time = timeOf(
-        {[&] { loaded = loadQuietly(library.files, true); }, [&] { loaded = BlockLibrary(); }});
+        {[&] { loaded = loadQuietly(library.files, true); }, [&] { loaded = BlockLibrary(); }},
+        budgetSeconds(settings, 5.0));
     require(loaded.counters.totalBlocks == spec.blocks, "blocks of a library");
     add(operation, spec.blocks, time, report);
 }
 
 /// How many rows Adaptive looks at more closely, up to where it settles scores.
 void rowsThatCount(const SearchData& data, Report& report) {
-    FusedSimilarities fused = nothingFused(stackRows(data.queryShape, data.shapeMatrix),
-                                           stackRows(data.queryText, data.textMatrix));
-    const Reaches reaches{reachesOfNeighbourhoods(fused.sides[0].lists.side),
-                          reachesOfNeighbourhoods(fused.sides[1].lists.side)};
-    const RefinedScores refined = refineByNeighbours(fused, reaches, 5);
+    WeightedSides weighted = nothingWeighed(stackRows(data.queryShape, data.shapeMatrix),
+                                            stackRows(data.queryText, data.textMatrix));
+    const Reaches reaches{reachesOfNeighbourhoods(weighted.sides[0].lists.side),
+                          reachesOfNeighbourhoods(weighted.sides[1].lists.side)};
+    const RefinedScores refined = refineByNeighbours(weighted, reaches, 5);
     std::set<quillon::Row> listed;
     std::set<quillon::Row> mayShare;
-    for (std::size_t s = 0; s < fused.sides.size(); ++s) {
-        listed.insert(fused.sides[s].lists.listed.begin(), fused.sides[s].lists.listed.end());
+    for (std::size_t s = 0; s < weighted.sides.size(); ++s) {
+        listed.insert(weighted.sides[s].lists.listed.begin(), weighted.sides[s].lists.listed.end());
         for (const PossibleList& possible : refined.sharers[s].possible) {
             mayShare.insert(possible.row);
         }
@@ -63,19 +65,23 @@ void rowsThatCount(const SearchData& data, Report& report) {
     addCount("rowsThatMayBeHits", blocks, static_cast<std::size_t>(mayBeHits), report);
 }
 
-void growthOfSearch(std::size_t blocks, Report& report) {
+void growthOfSearch(std::size_t blocks, const Settings& settings, Report& report) {
     const SearchData data = makeSearchData(blocks);
     std::vector<SearchResult> hits;
-    add("byShape", blocks, timeOf({[&] {
-            hits.clear();
-            searchByShape(5, data.queryShape, data.shapeMatrix, 0.2F, hits);
-        }}),
+    add("byShape", blocks,
+        timeOf({[&] {
+                   hits.clear();
+                   searchByShape(5, data.queryShape, data.shapeMatrix, 0.2F, hits);
+               }},
+               budgetSeconds(settings, 5.0)),
         report);
-    add("adaptive", blocks, timeOf({[&] {
-            hits.clear();
-            searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix, data.textMatrix,
-                           0.3F, hits);
-        }}),
+    add("adaptive", blocks,
+        timeOf({[&] {
+                   hits.clear();
+                   searchAdaptive(5, data.queryShape, data.queryText, data.shapeMatrix,
+                                  data.textMatrix, 0.3F, hits);
+               }},
+               budgetSeconds(settings, 5.0)),
         report);
     rowsThatCount(data, report);
 }
@@ -90,7 +96,7 @@ void benchGrowth(const Settings& settings, Report& report) {
     for (const std::size_t blocks : sizes) {
         growthOfLoad("loadJson", {".json", blocks, blocks / 50}, settings, report);
         growthOfLoad("loadCbor", {".cbor", blocks, blocks / 50}, settings, report);
-        growthOfSearch(blocks, report);
+        growthOfSearch(blocks, settings, report);
     }
 }
 

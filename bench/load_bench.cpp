@@ -1,15 +1,20 @@
+// Reading and merging a library, beside parsers that build nothing of it and beside trees of
+// values.
 #include <simdjson.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "documents/json_file.h"
 #include "groups.h"
+#include "limit.h"
 #include "measure.h"
 #include "reference/tree_load.h"
+#include "shared/utf8_path.h"
 #include "support/console_capture.h"
+#include "support/run_program.h"
+#include "support/temp_folder.h"
 
 namespace quillon::bench {
 namespace {
@@ -49,40 +54,15 @@ void parseAll(const std::vector<FileBytes>& all) {
     });
 }
 
-/// The event interface of the JSON library's parsers, with nothing behind it.
-struct IgnoredEvents {
-    bool null() { return true; }
-    bool boolean(bool /*value*/) { return true; }
-    bool number_integer(json::number_integer_t /*value*/) { return true; }
-    bool number_unsigned(json::number_unsigned_t /*value*/) { return true; }
-    bool number_float(json::number_float_t /*value*/, const std::string& /*text*/) { return true; }
-    bool string(std::string& /*value*/) { return true; }
-    bool binary(json::binary_t& /*value*/) { return true; }
-    bool key(std::string& /*name*/) { return true; }
-    bool start_object(std::size_t /*size*/) { return true; }
-    bool start_array(std::size_t /*size*/) { return true; }
-    bool end_object() { return true; }
-    bool end_array() { return true; }
-    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
-                     const json::exception& /*error*/) {
-        return false;
-    }
-};
-
-void walkAll(const std::vector<FileBytes>& all, json::input_format_t format) {
-    forEachIndex(all.size(), [&](std::size_t i) {
-        IgnoredEvents events;
-        const char* begin = all[i].padded.data();
-        require(json::sax_parse(begin, begin + all[i].size, &events, format),
-                "the JSON library rejects a file");
-    });
-}
-
 /// One library in one format, and the rows that it gives.
 class LoadBench {
   public:
     LoadBench(const LibrarySpec& librarySpec, const Settings& settings, Report& rows)
-        : spec(librarySpec), library(spec, settings), isFull(settings.full), report(rows) {
+        : spec(librarySpec),
+          library(spec, settings),
+          isFull(settings.full),
+          budget(budgetSeconds(settings)),
+          report(rows) {
         require(sameLibrary(loadQuietly(library.files, true), loadAsTrees(library.files)),
                 "loaded " + spec.extension + " library");
     }
@@ -90,27 +70,42 @@ class LoadBench {
     void againstSimdjson() {
         const std::vector<FileBytes> all = readEncodings(library.files);
         add("simdjson", "load / simdjson parsing the same bytes in memory",
-            compare(ours(true), {[&] { parseAll(all); }}), {1.6, 1.2});
+            compare(ours(true), {[&] { parseAll(all); }}, budget), {1.2, 0.9});
     }
 
-    void againstWalk() {
-        const std::vector<FileBytes> all = readEncodings(library.files);
-        const auto format = *documentFormat("x" + spec.extension);
-        add("walk", "load / the JSON library's event pass over the same bytes in memory",
-            compare(ours(true), {[&] { walkAll(all, format); }}), {1.5, 1.2});
+    /// `numberBytes` is what a number takes in the files.
+    void againstLimit(std::size_t numberBytes, const Goal& goal) {
+        againstLimitOf(library, numberBytes, goal);
+    }
+
+    /// The limit of another library, with as many blocks.
+    void againstLimitOf(const DiskLibrary& other, std::size_t numberBytes, const Goal& goal) {
+        const std::vector<std::filesystem::path> files = listedFiles(other.files);
+        std::vector<MovedRows> moved;
+        const Contender limit{[&] { moved = loadAtTheLimit(files, numberBytes); },
+                              [&] { moved.clear(); }};
+        limit.run();
+        std::size_t blocks = 0;
+        for (const MovedRows& rows : moved) {
+            blocks += rows.shapes.rowCount();
+        }
+        require(blocks == spec.blocks, "blocks of the limit");
+        limit.reset();
+        add("limit", "load / reading the files and moving their floats",
+            compare(ours(true), limit, budget), goal);
     }
 
     void againstTrees(Goal goal) {
         BlockLibrary trees;
-        Comparison times =
-            compare(ours(true), {[&] { trees = loadAsTrees(library.files); }, [&] { trees = {}; }});
+        Comparison times = compare(
+            ours(true), {[&] { trees = loadAsTrees(library.files); }, [&] { trees = {}; }}, budget);
         times.ratio = 1.0 / times.ratio;
         goal.atLeast = true;
         add("trees", "load by trees of values / load", times, goal);
     }
 
     void againstOneThread() {
-        Comparison times = compare(ours(true), ours(false));
+        Comparison times = compare(ours(true), ours(false), budget);
         times.ratio = 1.0 / times.ratio;
         add("oneAtATime", "load with /no-parallel-load / load", times, {1.8, 1.9, true});
     }
@@ -142,14 +137,44 @@ class LoadBench {
     LibrarySpec spec;
     DiskLibrary library;
     bool isFull;
+    double budget;  // seconds
     Report& report;
     BlockLibrary loaded;
 };
 
+/// A whole run by shape, from the start of the process on.
+void largestAgainstLimit(const LibrarySpec& spec, const Settings& settings, Report& report) {
+    const DiskLibrary library(spec, settings);
+    const std::vector<std::filesystem::path> files = listedFiles(library.files);
+    std::vector<MovedRows> moved;
+    const test::TempFolder folder;
+    const Contender ours{[&] {
+        const test::ProgramResult result =
+            test::runProgram({"/filelist", utf8FromPath(library.files.list), "/encode",
+                              utf8FromPath(library.files.query), "/output",
+                              utf8FromPath(folder.path() / "result.json"), "/method", "shape"},
+                             folder.path());
+        require(result.status == 0, result.out + result.error);
+    }};
+    const Contender limit{[&] { moved = loadAtTheLimit(files, 4); }, [&] { moved.clear(); }};
+    const Comparison times = compare(ours, limit, budgetSeconds(settings, 60.0));
+    Row row{"wholeRun/cbor/limit/" + sizeName(spec),
+            "whole run by shape / reading the files and moving their floats", "x"};
+    row.value = times.ratio;
+    if (settings.full) {
+        row.goal = Goal{2.5, 1.8};
+    }
+    row.oursSeconds = times.oursSeconds;
+    row.otherSeconds = times.otherSeconds;
+    row.rounds = times.rounds;
+    row.note = std::to_string(library.encodingsBytes / 1000000) + " MB of files";
+    report.add(std::move(row));
+}
+
 }  // namespace
 
 void benchLoad(const Settings& settings, Report& report) {
-    const std::size_t blocks = settings.full ? 20000 : 4000;
+    const std::size_t blocks = settings.full ? 20000 : 2000;
     {
         LoadBench json({".json", blocks, blocks / 50}, settings, report);
         json.againstSimdjson();
@@ -158,13 +183,23 @@ void benchLoad(const Settings& settings, Report& report) {
     }
     for (const char* extension : {".cbor", ".msgpack"}) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);
-        bench.againstWalk();
+        bench.againstLimit(4, {2.0, 1.4});
         bench.againstOneThread();
+    }
+    LoadBench({".cbor", blocks, blocks / 50, Numbers::wide}, settings, report)
+        .againstLimit(8, {2.2, 1.6});
+    {
+        // Where numbers have several sizes, only a reader knows where they are. As many are moved.
+        const DiskLibrary single({".cbor", blocks, blocks / 50}, settings);
+        LoadBench({".cbor", blocks, blocks / 50, Numbers::shortened}, settings, report)
+            .againstLimitOf(single, 4, {3.0, 2.0});
     }
     for (const char* extension : {".bson", ".ubj", ".jdb"}) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);
         bench.againstTrees({2.0, 3.0});
     }
+    largestAgainstLimit({".cbor", settings.full ? 1000000U : 4000U, settings.full ? 20000U : 80U},
+                        settings, report);
 }
 
 }  // namespace quillon::bench

@@ -17,19 +17,20 @@ namespace {
 using namespace quillon::bench;
 using Group = std::pair<const char*, void (*)(const Settings&, Report&)>;
 
-constexpr std::array<Group, 4> groups{{{"process", benchProcess},
+constexpr std::array<Group, 5> groups{{{"process", benchProcess},
                                        {"load", benchLoad},
                                        {"search", benchSearch},
+                                       {"python", benchPython},
                                        {"growth", benchGrowth}}};
 
 constexpr const char* usage =
-    "quillon_bench [--full] [--keep] [--data FOLDER] [--json FILE] [process|load|search|growth "
-    "...]\n"
+    "quillon_bench [--full] [--keep] [--data FOLDER] [--json FILE] "
+    "[process|load|search|python|growth ...]\n"
     "  --full   the sizes that the goals are set for, about half an hour; smaller ones otherwise\n"
     "  --keep   leave the made-up libraries in the data folder, and use those that are there\n"
     "  --data   where they are made; up to 8 GB in full size\n"
     "  --json   also write the rows to this file\n"
-    "Without a group's name: all but growth.\n";
+    "Without a group's name: process, load and search.\n";
 
 struct CommandLine {
     Settings settings;

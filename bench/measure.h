@@ -34,7 +34,7 @@ struct Comparison {
 /// Runs both once without counting, then ours, other, ours, other ... for about `budgetSeconds`, 3
 /// rounds at least and 51 at most. When a round takes longer than `longRoundSeconds`, the first one
 /// counts and is the only one.
-Comparison compare(const Contender& ours, const Contender& other, double budgetSeconds = 10.0);
+Comparison compare(const Contender& ours, const Contender& other, double budgetSeconds);
 inline constexpr double longRoundSeconds = 120.0;
 
 struct Timing {
@@ -43,6 +43,6 @@ struct Timing {
 };
 
 /// The same with one contender.
-Timing timeOf(const Contender& ours, double budgetSeconds = 5.0);
+Timing timeOf(const Contender& ours, double budgetSeconds);
 
 }  // namespace quillon::bench

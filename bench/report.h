@@ -19,6 +19,11 @@ struct Goal {
     bool atLeast = false;
 };
 
+/// The goal, where the size is the one that it is set for.
+inline std::optional<Goal> goalIf(bool isFull, const Goal& goal) {
+    return isFull ? std::optional(goal) : std::nullopt;
+}
+
 struct Row {
     std::string name{};     // operation/variant/size
     std::string measure{};  // what the value is, in words

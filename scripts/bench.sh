@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, makes the libraries that they load, measures and prints one table:
-#     scripts/bench.sh [--full] [--keep] [process|load|search|growth ...]
+#     scripts/bench.sh [--full] [--keep] [process|load|search|python|growth ...]
+# Without a group: process, load and search.
 # The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg and
 # docs/rows-that-count.svg in full size. Everything else on the machine should rest meanwhile.
 set -euo pipefail
@@ -11,15 +12,22 @@ for word in "$@"; do
     case $word in
         --full) full=true ;;
         --keep) keep=true ;;
+        python) scripts/install-packages.sh python3-numpy python3-faiss python3-cbor2 ;;
+        process | load | search | growth) ;;
+        *)
+            sed -n '/^set/q; s/^# //p' "$0" >&2
+            exit 2
+            ;;
     esac
 done
 
-scripts/build.sh bench
+scripts/build.sh release -DQUILLON_BUILD_BENCHMARKS=ON
 data=$PWD/build/bench-data
 rows=$PWD/build/bench/rows.json
+mkdir -p build/bench
 rm -f "$rows"
 [ "$keep" = true ] || trap 'rm -rf "$data"' EXIT
-build/bench/bench/quillon_bench --data "$data" --json "$rows" "$@"
+build/release/bench/quillon_bench --data "$data" --json "$rows" "$@"
 
 if [ "$full" = true ] && grep -q '"growth/' "$rows"; then
     scripts/install-packages.sh gnuplot-nox jq

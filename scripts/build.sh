@@ -4,13 +4,21 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh g++ cmake ninja-build \
-    libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libxtensor-dev xtl-dev \
-    libboost-dev libsimdjson-dev libgtest-dev
-
-preset=$1
+preset=${1:--}
+case $preset in
+    -*)
+        echo "usage: scripts/build.sh PRESET [CMAKE-ARGUMENT ...]" >&2
+        cmake --list-presets >&2 || true
+        exit 2
+        ;;
+    asan) compiler=(clang libclang-rt-14-dev) ;;
+    *) compiler=(g++) ;;
+esac
 shift
-[ -z "${CI:-}" ] || set -- "$@" -DQUILLON_WERROR=ON
+
+mapfile -t libraries < <(grep -v '^#' debian-packages.txt | sed 's/^[^ ]* *//' | tr ' ' '\n')
+scripts/install-packages.sh "${compiler[@]}" cmake ninja-build "${libraries[@]}"
+
 echo "Building preset $preset"
 log=build/$preset/build.log
 mkdir -p "build/$preset"

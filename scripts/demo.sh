@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Builds the tool, asks for the blocks most like a real door and shows the hits as a table.
+# Builds the tool, asks for the blocks most like a real door and shows the hits as a table:
+#     scripts/demo.sh [PROGRAM]    PROGRAM: one that is built already
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh jq
-scripts/build.sh release
+[ $# -gt 0 ] || scripts/build.sh release
 
-quillon=$PWD/build/release/quillon
-result=$PWD/build/demo-result.json
+quillon=${1:-$PWD/build/release/quillon}
+result=$(mktemp --suffix .json)
+trap 'rm -f "$result"' EXIT
 cd examples/drawings
 "$quillon" /filelist filelist.json /encode queries/1-door-23-3.json /output "$result"
 

@@ -6,14 +6,21 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-target=${1:-all}
-seconds=${2:-60}
+case ${1:-all} in
+    all) targets=(roads readers query run) ;;
+    roads | readers | query | run) targets=("$1") ;;
+    *)
+        sed -n '/^set/q; s/^# //p' "$0" >&2
+        exit 2
+        ;;
+esac
+export seconds=${2:-60}
 
 fuzz() {
     found=build/fuzz/found/$1
     log=build/fuzz/$1.log
     mkdir -p "$found"
-    if ! "build/fuzz/tests/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=60 -rss_limit_mb=4096 \
+    if ! "build/asan/tests/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=60 -rss_limit_mb=4096 \
         -artifact_prefix="build/fuzz/$1-" "$found" "tests/fuzz/corpus/$1" >"$log" 2>&1; then
         tail -n 60 "$log"
         return 1
@@ -21,10 +28,7 @@ fuzz() {
     echo "$1: $(grep -o 'cov: [0-9]*' "$log" | tail -n 1), $(grep '^Done' "$log"), no findings"
 }
 export -f fuzz
-export seconds
 
-scripts/install-packages.sh clang libclang-rt-14-dev libomp-dev
-scripts/build.sh fuzz
-[ "$target" != all ] || target="roads readers query run"
-echo "== fuzz $target, $seconds s"
-printf '%s\n' $target | xargs -P "$(nproc)" -I{} bash -euc 'fuzz {}'
+scripts/build.sh asan
+echo "== fuzz ${targets[*]}, $seconds s"
+printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -euc 'fuzz {}'

@@ -3,7 +3,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "documents/binary_walk.h"
 #include "shared/utf8_path.h"
 
 namespace quillon {
@@ -41,25 +40,28 @@ void WatchedByte::fail() {
     throw ReaderStackExceeded();
 }
 
-void checkBinaryLimits(std::string_view bytes, json::input_format_t format,
-                       const std::filesystem::path& path) {
-    LimitWalk walk{BinaryLimits(bytes.size())};
-    try {
-        walkBinary(bytes, format, walk);
-    } catch (const ReaderStackExceeded&) {
-        throw std::runtime_error("document nested too deeply for " +
-                                 std::to_string(maxReaderStackBytes >> 20U) +
-                                 " MiB of stack: " + utf8FromPath(path));
-    }
-    if (walk.limits.tooDeep()) {
+void checkLimits(const BinaryLimits& limits, const std::filesystem::path& path) {
+    if (limits.tooDeep()) {
         throw std::runtime_error("document nested deeper than " + std::to_string(maxBinaryNesting) +
                                  " levels: " + utf8FromPath(path));
     }
-    if (walk.limits.tooMany()) {
+    if (limits.tooMany()) {
         throw std::runtime_error("document announces more than " +
-                                 std::to_string(walk.limits.valueLimit()) +
+                                 std::to_string(limits.valueLimit()) +
                                  " values: " + utf8FromPath(path));
     }
+}
+
+void failForStack(const std::filesystem::path& path) {
+    throw std::runtime_error("document nested too deeply for " +
+                             std::to_string(maxReaderStackBytes >> 20U) +
+                             " MiB of stack: " + utf8FromPath(path));
+}
+
+void checkBinaryLimits(std::string_view bytes, json::input_format_t format,
+                       const std::filesystem::path& path) {
+    LimitWalk walk{BinaryLimits(bytes.size())};
+    walkWithinLimits(bytes, format, path, walk);
 }
 
 }  // namespace quillon

@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "documents/binary_walk.h"
+
 namespace quillon {
 
 /// Containers inside containers. Documents of this tool need 3; the readers take about a kilobyte
@@ -43,8 +45,30 @@ class BinaryLimits {
     std::size_t depth = 0;
 };
 
-/// Walks the document without building it. Throws std::runtime_error, naming the file and the
-/// limit, for a document beyond one of them. Says nothing about content that does not parse.
+/// Throws std::runtime_error, naming the file and the limit, when one is exceeded.
+void checkLimits(const BinaryLimits& limits, const std::filesystem::path& path);
+
+/// Throws the same for what the walk takes of the stack.
+[[noreturn]] void failForStack(const std::filesystem::path& path);
+
+/// Sends a whole document's events to `events`, which has the member functions of the JSON
+/// library's event interface and counts in its member `limits`. Returns false when an event did or
+/// when the bytes do not parse, about which it says nothing. Throws std::runtime_error, naming the
+/// file and the limit, for a document beyond one of them.
+template <class Events>
+bool walkWithinLimits(std::string_view bytes, nlohmann::json::input_format_t format,
+                      const std::filesystem::path& path, Events& events) {
+    bool isWhole = false;
+    try {
+        isWhole = walkBinary(bytes, format, events);
+    } catch (const ReaderStackExceeded&) {
+        failForStack(path);
+    }
+    checkLimits(events.limits, path);
+    return isWhole;
+}
+
+/// Walks the document so, without building it.
 void checkBinaryLimits(std::string_view bytes, nlohmann::json::input_format_t format,
                        const std::filesystem::path& path);
 

@@ -18,6 +18,7 @@ namespace quillon {
 
 using nlohmann::json;
 using Format = json::input_format_t;
+using TreeBuilder = nlohmann::detail::json_sax_dom_parser<json>;
 
 std::optional<Format> documentFormat(const std::filesystem::path& path) {
     static constexpr std::array<std::pair<const char*, Format>, 6> formats{{
@@ -57,21 +58,27 @@ json readJsonFile(const std::filesystem::path& path) {
     if (!format) {
         throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
     }
-    // What json::parse does, but with the tree in our hands when it throws.
-    JsonTree document;
-    nlohmann::detail::json_sax_dom_parser<json> builder(document.root);
     if (format == Format::json) {
+        // What json::parse does, but with the tree in our hands when it throws.
+        JsonTree document;
+        TreeBuilder builder(document.root);
         json::sax_parse(stream, &builder);
-    } else {
-        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-        checkBinaryLimits(bytes, *format, path);
-        if (!json::sax_parse(bytes, &builder, *format)) {
-            // The library's BSON reader gives up without a word when the file ends before a
-            // string's closing NUL.
-            throw json::parse_error::create(
-                110, bytes.size() + 1,
-                "syntax error while parsing BSON string: unexpected end of input", nullptr);
-        }
+        return std::move(document.root);
+    }
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    checkBinaryLimits(bytes, *format, path);
+    return parseBinary(bytes, *format);
+}
+
+json parseBinary(std::string_view bytes, Format format) {
+    JsonTree document;
+    TreeBuilder builder(document.root);
+    if (!json::sax_parse(bytes, &builder, format)) {
+        // The library's BSON reader gives up without a word when the file ends before a string's
+        // closing NUL.
+        throw json::parse_error::create(
+            110, bytes.size() + 1,
+            "syntax error while parsing BSON string: unexpected end of input", nullptr);
     }
     return std::move(document.root);
 }

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace quillon {
 
@@ -24,6 +25,10 @@ struct OpenRefused : std::runtime_error {
 /// `checkBinaryLimits`; the JSON library's exceptions when the content does not parse. Calls on
 /// several threads do not disturb each other.
 nlohmann::json readJsonFile(const std::filesystem::path& path);
+
+/// The tree of a binary document, `bytes` being all of it and within the limits. Throws the JSON
+/// library's exceptions when they do not parse.
+nlohmann::json parseBinary(std::string_view bytes, nlohmann::json::input_format_t format);
 
 /// Creates or empties the file, then writes. `pretty` indents JSON text by 4 blanks a level and
 /// changes nothing elsewhere. Throws std::runtime_error when the file can't be opened or, by then

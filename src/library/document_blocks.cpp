@@ -1,13 +1,12 @@
 #include "library/document_blocks.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <utility>
 
 #include "documents/json_access.h"
-#include "library/block_records.h"
+#include "library/block_key.h"
 #include "shared/console.h"
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
@@ -28,16 +27,14 @@ bool hasWidth(const json& vector, std::size_t width) {
     return vector.is_structured() && vector.size() == width;
 }
 
-/// Appends the numbers of a vector, narrowed to float32, or zeros and the reason why not.
+/// Appends the numbers of a vector, narrowed to float32. Returns why it could not.
 std::exception_ptr appendVector(const json& vector, GrowingRows& rows) {
-    float* row = rows.append();
-    float* next = row;
+    float* next = rows.append();
     try {
         for (const json& element : vector) {
             *next++ = element.get<float>();
         }
     } catch (const json::exception&) {
-        std::fill(row, row + rows.rowWidth(), 0.0F);
         return std::current_exception();
     }
     return nullptr;

@@ -1,4 +1,4 @@
-// The exact road from a parsed document to its blocks: every check in its order, with its message.
+// The tree road from a parsed document to its blocks: every check in its order, with its message.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>

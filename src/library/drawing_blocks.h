@@ -1,4 +1,4 @@
-// One drawing as reading leaves it and merging takes it, whatever the file's format and state.
+// One drawing as fetching leaves it and merging takes it, whatever the file's format and state.
 #pragma once
 
 #include <exception>
@@ -22,7 +22,7 @@ struct DrawingBlock {
 
 struct DrawingBlocks {
     std::vector<DrawingBlock> blocks;
-    GrowingRows shapes{shapeWidth};  // a row for each block, zeros where there is a fault
+    GrowingRows shapes{shapeWidth};  // a row for each block, of no use where there is a fault
     GrowingRows texts{textWidth};
     /// What stands after the last block: console text, then the failure that ends the document.
     std::string remarks;
@@ -30,5 +30,11 @@ struct DrawingBlocks {
     /// The file holds null and nothing else.
     bool isNull = false;
 };
+
+/// Whether each block has its two rows and there are no others.
+inline bool hasEqualLengths(const DrawingBlocks& drawing) {
+    return drawing.shapes.rowCount() == drawing.blocks.size() &&
+           drawing.texts.rowCount() == drawing.blocks.size();
+}
 
 }  // namespace quillon

@@ -18,22 +18,20 @@ class GrowingRows {
     /// A new last row, its values not set, valid until the next one is appended.
     float* append() {
         if (count == values.shape(0)) {
-            values.resize({std::max(expected, count + count / 2), width});
+            values.resize({std::max(expected, count + count / 2 + 1), width});
         }
         return values.data() + width * count++;
     }
 
     const float* row(std::size_t index) const { return values.data() + width * index; }
-    std::size_t rows() const { return count; }
+    std::size_t rowCount() const { return count; }
     std::size_t rowWidth() const { return width; }
     std::size_t capacityBytes() const { return values.size() * sizeof(float); }
 
-    /// The first `rows` rows as a matrix, without a copy where the platform can: surplus rows are
-    /// cut, missing ones are 0.
-    FeatureMatrix takeMatrix(std::size_t rows) && {
-        values.resize({rows, width});
-        std::fill(values.data() + width * std::min(count, rows), values.data() + width * rows,
-                  0.0F);
+    /// The first `wanted` of the rows, at most all, as a matrix: without a copy where the platform
+    /// can.
+    FeatureMatrix takeMatrix(std::size_t wanted) && {
+        values.resize({wanted, width});
         return std::move(values);
     }
 

@@ -1,17 +1,22 @@
+// The way from the list to the rows, drawing by drawing:
+//   fetchInOrder       takes the listed drawings, several at a time, and hands them over in order
+//   fetchDrawing       reads one encodings file and chooses its road to blocks:
+//   tidyJsonBlocks, tidyBinaryBlocks: straight from the bytes of a tidy file, or
+//   blocksOfDocument   by the tree of any other, where everything wrong gets its message
+//   addDrawingBlocks   merges the blocks: duplicates stay out, the others become records and rows
 #include "library/load_library.h"
 
 #include <exception>
-#include <iostream>
 #include <new>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "documents/json_access.h"
 #include "documents/json_file.h"
-#include "library/ordered_reading.h"
+#include "library/fetch_in_order.h"
+#include "library/merge_drawing.h"
 #include "shared/console.h"
 #include "shared/document_keys.h"
 #include "shared/json_tree.h"
@@ -36,26 +41,26 @@ std::string textOf(const std::exception_ptr& failure) {
     }
 }
 
-/// Files that can't be read are warnings, and all warnings stand before what the merge prints. A
-/// failure of the merge ends the load, but only after every file has been read and reported.
+/// Drawings that can't be fetched are warnings, and all warnings stand before what the merge
+/// prints. A failure of the merge ends the load, but only after every drawing has been fetched and
+/// reported.
 void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    std::ostringstream mergeText;
-    mergeText.exceptions(std::ios::badbit);  // or it would lose text without a word
+    std::string remarks;
     std::exception_ptr mergeFailure;
-    readInOrder(files, [&](ReadEntry&& entry) {
-        if (entry.failure) {
+    fetchInOrder(files, [&](ListedDrawing&& drawing) {
+        if (drawing.failure) {
             ++library.counters.failedDrawings;
-            print("Warning: {}\n", textOf(entry.failure));
-        } else if (!mergeFailure && !entry.drawing.isNull) {
+            print("Warning: {}\n", textOf(drawing.failure));
+        } else if (!mergeFailure && !drawing.blocks.isNull) {
             try {
-                addDrawingBlocks(std::move(entry.drawing), entry.path, dedupe, state,
-                                 library.records, mergeText);
+                addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
+                                 library.records, remarks);
             } catch (...) {
                 mergeFailure = std::current_exception();
             }
         }
     });
-    print("{}", mergeText.str());
+    print("{}", remarks);
     if (mergeFailure) {
         std::rethrow_exception(mergeFailure);
     }
@@ -63,17 +68,21 @@ void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrar
 
 /// Either failure is a message, and the load goes on with what was merged before it.
 void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    ReadBuffers buffers;
+    FetchBuffers buffers;
     for (const json& listed : files) {
+        std::string remarks;
+        std::exception_ptr failure;
         try {
-            ReadEntry entry = readEntry(listed, buffers);
-            addDrawingBlocks(std::move(entry.drawing), entry.path, dedupe, state, library.records,
-                             std::cout);
-        } catch (const std::bad_alloc&) {
-            throw;  // as in textOf
-        } catch (const std::exception& exception) {
+            ListedDrawing drawing = fetchDrawing(listed, buffers);
+            addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
+                             library.records, remarks);
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
+        print("{}", remarks);
+        if (failure) {
             ++library.counters.failedDrawings;
-            print("Fail to load {}\n\t{}\n", listed, exception.what());
+            print("Fail to load {}\n\t{}\n", listed, textOf(failure));
         }
     }
 }

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "library/block_records.h"
+#include "library/block_library.h"
 
 namespace quillon {
 

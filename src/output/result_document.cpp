@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "library/block_key.h"
 #include "shared/document_keys.h"
 #include "shared/json_tree.h"
 #include "shared/utf8_path.h"
@@ -56,7 +57,7 @@ json buildResultDocument(const std::vector<SearchResult>& hits,
                 drawings.emplace(record.encodingsPath.get(), drawingMember(*record.encodingsPath))
                     .first;
         }
-        const std::vector<std::string> fields = splitBlockKey(record.blockKey);
+        const std::vector<std::string_view> fields = splitBlockKey(record.blockKey);
         if (blocks.is_null()) {
             blocks = json::array();
         }

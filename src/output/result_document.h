@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "library/block_records.h"
+#include "library/block_library.h"
 #include "search/search_result.h"
 
 namespace quillon {

@@ -6,12 +6,10 @@
 #include <stdexcept>
 
 #include "documents/json_file.h"
-#include "documents/query_block.h"
 #include "library/load_library.h"
 #include "output/result_document.h"
 #include "run/options.h"
 #include "search/adaptive.h"
-#include "search/search_result.h"
 #include "search/simple.h"
 #include "search/single_side.h"
 #include "shared/console.h"
@@ -20,7 +18,8 @@
 namespace quillon {
 namespace {
 
-// ByShape has a limit of its own; "/min" is meant for the other methods.
+// ByShape has a limit of its own, squared distances below 0.8, which for vectors of length 1 is a
+// cosine above 0.6; "/min" is meant for the other methods.
 constexpr float byShapeThreshold = 0.2F;
 
 using Clock = std::chrono::steady_clock;
@@ -58,30 +57,6 @@ void printSettings(const RunOptions& options) {
     print("          topK: {}\n", options.topK);
 }
 
-std::vector<SearchResult> search(QueryType type, std::uint32_t k, const QueryBlock& query,
-                                 const BlockLibrary& library, float minThreshold) {
-    std::vector<SearchResult> hits;
-    switch (type) {
-        case QueryType::Adaptive:
-            searchAdaptive(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
-                           minThreshold, hits);
-            break;
-        case QueryType::ByShape:
-            searchByShape(k, query.shape, library.shapeMatrix, minThreshold, hits);
-            break;
-        case QueryType::ByText:
-            searchByText(k, query.text, library.textMatrix, minThreshold, hits);
-            break;
-        case QueryType::Simple:
-            searchSimple(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
-                         minThreshold, hits);
-            break;
-        default:
-            throw std::invalid_argument("invalid query type");
-    }
-    return hits;
-}
-
 }  // namespace
 
 int run(const std::vector<std::string>& arguments) {
@@ -110,7 +85,8 @@ int run(const std::vector<std::string>& arguments) {
 
     const auto rows = static_cast<std::uint32_t>(library.shapeMatrix.shape(0));
     const std::uint32_t k = std::min(rows, options.topK);
-    const std::vector<SearchResult> hits = search(queryType, k, query, library, minThreshold);
+    const std::vector<SearchResult> hits =
+        searchLibrary(queryType, k, query, library, minThreshold);
     const auto searchedTime = Clock::now();
     print("Query time: {} ms\n", elapsedMs(loadedTime, searchedTime));
 
@@ -121,6 +97,30 @@ int run(const std::vector<std::string>& arguments) {
 
     print("Quillon engine run successfully!\n");
     return 0;
+}
+
+std::vector<SearchResult> searchLibrary(QueryType type, std::uint32_t k, const QueryBlock& query,
+                                        const BlockLibrary& library, float minThreshold) {
+    std::vector<SearchResult> hits;
+    switch (type) {
+        case QueryType::Adaptive:
+            searchAdaptive(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
+                           minThreshold, hits);
+            break;
+        case QueryType::ByShape:
+            searchByShape(k, query.shape, library.shapeMatrix, minThreshold, hits);
+            break;
+        case QueryType::ByText:
+            searchByText(k, query.text, library.textMatrix, minThreshold, hits);
+            break;
+        case QueryType::Simple:
+            searchSimple(k, query.shape, query.text, library.shapeMatrix, library.textMatrix,
+                         minThreshold, hits);
+            break;
+        default:
+            throw std::invalid_argument("invalid query type");
+    }
+    return hits;
 }
 
 }  // namespace quillon

@@ -52,11 +52,11 @@ Wanted wantedHits(std::uint32_t k, float minThreshold, const FeatureMatrix& quer
 }
 
 /// The k-th best of the settled scores that may be hits; the lowest float where there are fewer.
-float scoreToBeat(const FusedSimilarities& fused, const RefinedScores& refined,
+float scoreToBeat(const WeightedSides& weighted, const RefinedScores& refined,
                   const Wanted& wanted) {
     std::vector<float> scores;
-    for (const Row row : allRows(fused.rows())) {
-        if (isSettled(fused, refined, row) && wanted.mayBeHit[row] != 0 &&
+    for (const Row row : allRows(weighted.rowCount())) {
+        if (isSettled(weighted, refined, row) && wanted.mayBeHit[row] != 0 &&
             refined.scores[row] >= wanted.minThreshold) {
             scores.push_back(refined.scores[row]);
         }
@@ -71,10 +71,10 @@ float scoreToBeat(const FusedSimilarities& fused, const RefinedScores& refined,
 
 /// Settles the rows that may be hits, those with the highest bounds first, until no bound reaches
 /// what has been found. Rows with the bound 0 are left: they have the score 0, or NaN.
-void settleBest(FusedSimilarities& fused, const Wanted& wanted, RefinedScores& refined) {
+void settleBest(WeightedSides& weighted, const Wanted& wanted, RefinedScores& refined) {
     Rows open;
-    for (const Row row : allRows(fused.rows())) {
-        if (!isSettled(fused, refined, row) && wanted.mayBeHit[row] != 0 &&
+    for (const Row row : allRows(weighted.rowCount())) {
+        if (!isSettled(weighted, refined, row) && wanted.mayBeHit[row] != 0 &&
             refined.scores[row] > 0.0F && refined.scores[row] >= wanted.minThreshold) {
             open.push_back(row);
         }
@@ -84,12 +84,12 @@ void settleBest(FusedSimilarities& fused, const Wanted& wanted, RefinedScores& r
     // A product for a few rows takes as long as one for some dozens.
     std::size_t batchRows = std::max<std::size_t>(32, 2 * wanted.k);
     for (auto next = open.begin(); next != open.end(); batchRows *= 2) {
-        const float toBeat = scoreToBeat(fused, refined, wanted);
+        const float toBeat = scoreToBeat(weighted, refined, wanted);
         const auto batchEnd =
             next + std::min(static_cast<std::ptrdiff_t>(batchRows), open.end() - next);
         const auto reached =
             std::find_if(next, batchEnd, [&](Row row) { return refined.scores[row] < toBeat; });
-        settle(fused, Rows(next, reached), refined);
+        settle(weighted, Rows(next, reached), refined);
         next = reached == batchEnd ? batchEnd : open.end();
     }
 }
@@ -97,17 +97,17 @@ void settleBest(FusedSimilarities& fused, const Wanted& wanted, RefinedScores& r
 using Walk = std::vector<std::size_t>::const_reverse_iterator;
 
 /// Settles the next rows of the walk that are not yet, as many as may still become hits.
-void settleNext(FusedSimilarities& fused, const Wanted& wanted, std::size_t missing,
+void settleNext(WeightedSides& weighted, const Wanted& wanted, std::size_t missing,
                 const Walk& from, const Walk& end, RefinedScores& refined) {
     Rows rows;
     for (Walk column = from; column != end && rows.size() < std::max<std::size_t>(32, missing);
          ++column) {
         const auto row = static_cast<Row>(*column);
-        if (wanted.mayBeHit[row] != 0 && !isSettled(fused, refined, row)) {
+        if (wanted.mayBeHit[row] != 0 && !isSettled(weighted, refined, row)) {
             rows.push_back(row);
         }
     }
-    settle(fused, rows, refined);
+    settle(weighted, rows, refined);
 }
 
 }  // namespace
@@ -118,37 +118,37 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     std::vector<SearchResult>& hits) {
     checkSameWidth(queryShape, shapeMatrix);
     checkSameWidth(queryText, textMatrix);
+    secureProducts();
     searchAdaptiveBy(quickerWay(k, shapeMatrix.shape(0) + 1), k, queryShape, queryText, shapeMatrix,
                      textMatrix, minThreshold, hits);
 }
 
-ListedRows quickerWay(std::uint32_t k, std::size_t rows) {
+ListedRows quickerWay(std::uint32_t k, std::size_t rowCount) {
     // k neighbours with five elements each on a side ask for more and more of the library; and a
     // small library is listed as soon as its neighbourhoods are found.
-    return rows < 1000 || rows / 20 < k ? ListedRows::all : ListedRows::thoseThatCount;
+    return rowCount < 1000 || rowCount / 20 < k ? ListedRows::all : ListedRows::thoseThatCount;
 }
 
 void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,
                       const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
                       const FeatureMatrix& textMatrix, float minThreshold,
                       std::vector<SearchResult>& hits) {
-    FusedSimilarities fused =
-        nothingFused(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
-    secureProducts();
+    WeightedSides weighted =
+        nothingWeighed(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
     Reaches reaches;
     for (std::size_t s = 0; s < reaches.size(); ++s) {
         if (listedRows == ListedRows::all) {
-            buildNeighbourLists(fused.sides[s].lists, allRows(fused.rows()));
+            buildNeighbourLists(weighted.sides[s].lists, allRows(weighted.rowCount()));
         } else {
-            reaches[s] = reachesOfNeighbourhoods(fused.sides[s].lists.side);
+            reaches[s] = reachesOfNeighbourhoods(weighted.sides[s].lists.side);
         }
     }
     const Wanted wanted = wantedHits(k, minThreshold, queryShape, shapeMatrix);
-    RefinedScores refined = refineByNeighbours(fused, reaches, static_cast<std::int32_t>(k));
-    if (fused.rows() <= insertionSorted) {
-        settle(fused, allRows(fused.rows()), refined);
+    RefinedScores refined = refineByNeighbours(weighted, reaches, static_cast<std::int32_t>(k));
+    if (weighted.rowCount() <= insertionSorted) {
+        settle(weighted, allRows(weighted.rowCount()), refined);
     } else {
-        settleBest(fused, wanted, refined);
+        settleBest(weighted, wanted, refined);
     }
 
     const std::vector<std::size_t> order = ascendingOrder(refined.scores);
@@ -157,18 +157,18 @@ void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatri
         if (wanted.mayBeHit[row] == 0) {
             continue;
         }
-        if (!isSettled(fused, refined, row) && refined.scores[row] >= minThreshold) {
-            settleNext(fused, wanted, k - hits.size(), column, order.crend(), refined);
+        if (!isSettled(weighted, refined, row) && refined.scores[row] >= minThreshold) {
+            settleNext(weighted, wanted, k - hits.size(), column, order.crend(), refined);
         }
         const float score = refined.scores[row];
-        if (std::isnan(score) && fused.rows() > insertionSorted) {
+        if (std::isnan(score) && weighted.rowCount() > insertionSorted) {
             continue;  // its place is behind all numbers, wherever its bound was
         }
         if (!(score >= minThreshold)) {
             break;
         }
-        hits.push_back(
-            {std::int64_t{row} - 1, score, fused.sides[0].weights[0], fused.sides[1].weights[0]});
+        hits.push_back({std::int64_t{row} - 1, score, weighted.sides[0].weights[0],
+                        weighted.sides[1].weights[0]});
         if (hits.size() == k) {
             break;
         }

@@ -32,8 +32,8 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
 /// Two ways to the same hits: the lists of all rows, or of those alone that count.
 enum class ListedRows { all, thoseThatCount };
 
-/// The way that `searchAdaptive` takes for k and N rows, the query included.
-ListedRows quickerWay(std::uint32_t k, std::size_t rows);
+/// The way that `searchAdaptive` takes for k and `rowCount` rows, the query included.
+ListedRows quickerWay(std::uint32_t k, std::size_t rowCount);
 
 /// `searchAdaptive` by a given way. The arguments have been checked.
 void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,

@@ -6,21 +6,21 @@
 
 namespace quillon {
 
-FusedSimilarities nothingFused(SideRows shapes, SideRows texts) {
-    const std::size_t rows = shapes.count;
-    return {{WeightedSide{nothingListed(std::move(shapes)), std::vector<float>(rows)},
-             WeightedSide{nothingListed(std::move(texts)), std::vector<float>(rows)}},
-            std::vector<char>(rows, 0)};
+WeightedSides nothingWeighed(SideRows shapes, SideRows texts) {
+    const std::size_t rowCount = shapes.count;
+    return {{WeightedSide{nothingListed(std::move(shapes)), std::vector<float>(rowCount)},
+             WeightedSide{nothingListed(std::move(texts)), std::vector<float>(rowCount)}},
+            std::vector<char>(rowCount, 0)};
 }
 
-void fuseSimilarities(FusedSimilarities& fused, std::span<const Row> rows, float minWeight) {
-    for (WeightedSide& side : fused.sides) {
+void fuseSimilarities(WeightedSides& weighted, std::span<const Row> rows, float minWeight) {
+    for (WeightedSide& side : weighted.sides) {
         buildNeighbourLists(side.lists, rows);
         measureCurveAreas(side.lists, rows);
     }
     for (const Row row : rows) {
-        auto [shapeWeight, textWeight] = curveAreaWeights(curveAreaOf(fused.sides[0].lists, row),
-                                                          curveAreaOf(fused.sides[1].lists, row));
+        auto [shapeWeight, textWeight] = curveAreaWeights(
+            curveAreaOf(weighted.sides[0].lists, row), curveAreaOf(weighted.sides[1].lists, row));
         if (row == 0) {
             // Written so that NaN gets the floor too.
             if (!(shapeWeight > minWeight)) {
@@ -28,9 +28,9 @@ void fuseSimilarities(FusedSimilarities& fused, std::span<const Row> rows, float
             }
             textWeight = 1.0F - shapeWeight;
         }
-        fused.sides[0].weights[row] = shapeWeight;
-        fused.sides[1].weights[row] = textWeight;
-        fused.isWeighed[row] = 1;
+        weighted.sides[0].weights[row] = shapeWeight;
+        weighted.sides[1].weights[row] = textWeight;
+        weighted.isWeighed[row] = 1;
     }
 }
 
@@ -39,9 +39,9 @@ std::array<float, 2> curveAreaWeights(float shapeArea, float textArea) {
     return {shapeArea / total, textArea / total};
 }
 
-float fusedSimilarity(const FusedSimilarities& fused, Row row, Row column) {
+float fusedSimilarity(const WeightedSides& weighted, Row row, Row column) {
     float sum = 0.0F;
-    for (const WeightedSide& side : fused.sides) {
+    for (const WeightedSide& side : weighted.sides) {
         sum = side.weights[row] * rankSimilarity(side.lists, row, column) + sum;
     }
     return sum;

@@ -20,20 +20,20 @@ struct WeightedSide {
     std::vector<float> weights;
 };
 
-/// Shape side first.
-struct FusedSimilarities {
+/// What fused similarities are computed from; shape side first.
+struct WeightedSides {
     std::array<WeightedSide, 2> sides;
     std::vector<char> isWeighed;  // N
 
-    std::size_t rows() const { return isWeighed.size(); }
+    std::size_t rowCount() const { return isWeighed.size(); }
 };
 
-/// Nothing weighed and, but for vectors near nothing, nothing listed.
-FusedSimilarities nothingFused(SideRows shapes, SideRows texts);
+/// Both sides with nothing weighed and, but for vectors near nothing, nothing listed.
+WeightedSides nothingWeighed(SideRows shapes, SideRows texts);
 
 /// Weighs the sides of `rows` by their curve areas, after building the lists that are missing. In
 /// row 0, the query's, the shape side counts at least `minWeight` and the text side has the rest.
-void fuseSimilarities(FusedSimilarities& fused, std::span<const Row> rows, float minWeight);
+void fuseSimilarities(WeightedSides& weighted, std::span<const Row> rows, float minWeight);
 
 /// Each side's share of the total area, a 32-bit quotient.
 std::array<float, 2> curveAreaWeights(float shapeArea, float textArea);
@@ -41,6 +41,6 @@ std::array<float, 2> curveAreaWeights(float shapeArea, float textArea);
 /// Row `row`'s own weights times the two rank similarities of `row` and `column`, summed in 32-bit
 /// floats, shape side first. Not symmetric. `row` has been weighed; both rows are listed, or share
 /// no list element, on each side.
-float fusedSimilarity(const FusedSimilarities& fused, Row row, Row column);
+float fusedSimilarity(const WeightedSides& weighted, Row row, Row column);
 
 }  // namespace quillon

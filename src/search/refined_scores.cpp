@@ -6,21 +6,21 @@
 namespace quillon {
 namespace {
 
-std::vector<float> fusedQueryRow(FusedSimilarities& fused, const Reaches& reaches) {
+std::vector<float> fusedQueryRow(WeightedSides& weighted, const Reaches& reaches) {
     const std::vector<Row> query{0};
-    fuseSimilarities(fused, query, minShapeWeight);
-    const Sharers sharers = findSharers(fused, reaches, query, SharersLists::exact);
-    std::vector<float> queryRow(fused.rows(), 0.0F);
-    forEachSharer(fused, sharers, query,
-                  [&](Row row, Row) { queryRow[row] = fusedSimilarity(fused, 0, row); });
+    fuseSimilarities(weighted, query, minShapeWeight);
+    const Sharers sharers = findSharers(weighted, reaches, query, SharersLists::exact);
+    std::vector<float> queryRow(weighted.rowCount(), 0.0F);
+    forEachSharer(weighted, sharers, query,
+                  [&](Row row, Row) { queryRow[row] = fusedSimilarity(weighted, 0, row); });
     // A row is as similar to itself as can be, whatever it lists.
-    queryRow[0] = fusedSimilarity(fused, 0, 0);
+    queryRow[0] = fusedSimilarity(weighted, 0, 0);
     return queryRow;
 }
 
 /// For every row that `isAsked` the sum of its fused similarity to each neighbour, added in their
 /// order, or no less where the row is not settled; then its score.
-void voteRow(const FusedSimilarities& fused, const std::vector<char>& isAsked,
+void voteRow(const WeightedSides& weighted, const std::vector<char>& isAsked,
              RefinedScores& refined) {
     std::vector<float>& votes = refined.scores;
     for (std::size_t row = 0; row < votes.size(); ++row) {
@@ -28,17 +28,17 @@ void voteRow(const FusedSimilarities& fused, const std::vector<char>& isAsked,
             votes[row] = 0.0F;
             // Similarities of 0 change no sum, unless a weight is NaN, which makes the row's sum
             // NaN whatever else is in it.
-            if (fused.isWeighed[row] != 0 && !refined.neighbours.empty()) {
-                votes[row] += fused.sides[0].weights[row] * 0.0F;
-                votes[row] += fused.sides[1].weights[row] * 0.0F;
+            if (weighted.isWeighed[row] != 0 && !refined.neighbours.empty()) {
+                votes[row] += weighted.sides[0].weights[row] * 0.0F;
+                votes[row] += weighted.sides[1].weights[row] * 0.0F;
             }
         }
     }
-    forEachSharer(fused, refined.sharers, refined.neighbours, [&](Row row, Row neighbour) {
+    forEachSharer(weighted, refined.sharers, refined.neighbours, [&](Row row, Row neighbour) {
         if (isAsked[row] != 0) {
-            votes[row] += fused.isWeighed[row] != 0
-                              ? fusedSimilarity(fused, row, neighbour)
-                              : mostFusedSimilarity(fused, refined.sharers, row, neighbour);
+            votes[row] += weighted.isWeighed[row] != 0
+                              ? fusedSimilarity(weighted, row, neighbour)
+                              : mostFusedSimilarity(weighted, refined.sharers, row, neighbour);
         }
     });
     for (std::size_t row = 0; row < votes.size(); ++row) {
@@ -51,28 +51,28 @@ void voteRow(const FusedSimilarities& fused, const std::vector<char>& isAsked,
 
 }  // namespace
 
-RefinedScores refineByNeighbours(FusedSimilarities& fused, const Reaches& reaches, std::int32_t k) {
+RefinedScores refineByNeighbours(WeightedSides& weighted, const Reaches& reaches, std::int32_t k) {
     RefinedScores refined;
     refined.k = k;
-    refined.queryRow = fusedQueryRow(fused, reaches);
+    refined.queryRow = fusedQueryRow(weighted, reaches);
     refined.neighbours = bestNeighbours(refined.queryRow, k);
-    refined.sharers = findSharers(fused, reaches, refined.neighbours, SharersLists::possible);
-    refined.scores.resize(fused.rows());
-    voteRow(fused, std::vector<char>(fused.rows(), 1), refined);
+    refined.sharers = findSharers(weighted, reaches, refined.neighbours, SharersLists::possible);
+    refined.scores.resize(weighted.rowCount());
+    voteRow(weighted, std::vector<char>(weighted.rowCount(), 1), refined);
     return refined;
 }
 
-void settle(FusedSimilarities& fused, std::span<const Row> rows, RefinedScores& refined) {
-    fuseSimilarities(fused, rows, minShapeWeight);
-    std::vector<char> isAsked(fused.rows(), 0);
+void settle(WeightedSides& weighted, std::span<const Row> rows, RefinedScores& refined) {
+    fuseSimilarities(weighted, rows, minShapeWeight);
+    std::vector<char> isAsked(weighted.rowCount(), 0);
     for (const Row row : rows) {
         isAsked[row] = 1;
     }
-    voteRow(fused, isAsked, refined);
+    voteRow(weighted, isAsked, refined);
 }
 
-bool isSettled(const FusedSimilarities& fused, const RefinedScores& refined, Row row) {
-    return refined.neighbours.empty() || fused.isWeighed[row] != 0;
+bool isSettled(const WeightedSides& weighted, const RefinedScores& refined, Row row) {
+    return refined.neighbours.empty() || weighted.isWeighed[row] != 0;
 }
 
 std::vector<Row> bestNeighbours(const std::vector<float>& queryRow, std::int32_t k) {

@@ -12,7 +12,8 @@
 
 namespace quillon {
 
-/// What the query's shape side counts at least.
+/// What the query's shape side counts at least: blocks that look different are not found by a
+/// telling text alone.
 inline constexpr float minShapeWeight = 0.4F;
 
 struct RefinedScores {
@@ -24,14 +25,14 @@ struct RefinedScores {
 };
 
 /// Row 0 refined: (own fused similarity to the query + that of the row to each of the query's k
-/// best neighbours) / (k + 1). k at most N - 1. Settles the rows that `fused` has weighed.
-RefinedScores refineByNeighbours(FusedSimilarities& fused, const Reaches& reaches, std::int32_t k);
+/// best neighbours) / (k + 1). k at most N - 1. Settles the rows that `weighted` has weighed.
+RefinedScores refineByNeighbours(WeightedSides& weighted, const Reaches& reaches, std::int32_t k);
 
 /// Makes the scores of `rows` exact. NaN where a weight is.
-void settle(FusedSimilarities& fused, std::span<const Row> rows, RefinedScores& refined);
+void settle(WeightedSides& weighted, std::span<const Row> rows, RefinedScores& refined);
 
 /// True when the row's score is exact.
-bool isSettled(const FusedSimilarities& fused, const RefinedScores& refined, Row row);
+bool isSettled(const WeightedSides& weighted, const RefinedScores& refined, Row row);
 
 /// The columns behind the largest value of `queryRow`, which is taken to be the query's own, best
 /// first, among equal ones the higher first: k of them, but never the weakest of all.

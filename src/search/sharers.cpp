@@ -65,17 +65,17 @@ float mostOnSide(const NeighbourLists& lists, const SideSharers& sharers, Row ro
 
 }  // namespace
 
-Sharers findSharers(FusedSimilarities& fused, const Reaches& reaches, std::span<const Row> rows,
+Sharers findSharers(WeightedSides& weighted, const Reaches& reaches, std::span<const Row> rows,
                     SharersLists which) {
-    return {findOnSide(fused.sides[0].lists, reaches[0], rows, which),
-            findOnSide(fused.sides[1].lists, reaches[1], rows, which)};
+    return {findOnSide(weighted.sides[0].lists, reaches[0], rows, which),
+            findOnSide(weighted.sides[1].lists, reaches[1], rows, which)};
 }
 
-float mostFusedSimilarity(const FusedSimilarities& fused, const Sharers& sharers, Row row,
+float mostFusedSimilarity(const WeightedSides& weighted, const Sharers& sharers, Row row,
                           Row column) {
     float most = 0.0F;
     for (std::size_t s = 0; s < sharers.size(); ++s) {
-        const NeighbourLists& lists = fused.sides[s].lists;
+        const NeighbourLists& lists = weighted.sides[s].lists;
         if (curveAreaOf(lists, row) != 0.0F) {
             most = std::max(most, mostOnSide(lists, sharers[s], row, column));
         }

@@ -32,29 +32,29 @@ enum class SharersLists {
 };
 
 /// All sharers of `rows`, which it lists.
-Sharers findSharers(FusedSimilarities& fused, const Reaches& reaches, std::span<const Row> rows,
+Sharers findSharers(WeightedSides& weighted, const Reaches& reaches, std::span<const Row> rows,
                     SharersLists which);
 
 /// At least the fused similarity of `row` to `column`, in whatever way the sides of `row` weigh: a
 /// side counts 1 at most, and nothing where its curve is known to be flat. `column` is listed.
-float mostFusedSimilarity(const FusedSimilarities& fused, const Sharers& sharers, Row row,
+float mostFusedSimilarity(const WeightedSides& weighted, const Sharers& sharers, Row row,
                           Row column);
 
 /// Calls `visit(row, column)` for all rows that may share an element with a column, each pair once,
 /// the columns in their order. `sharers` are those of all columns.
 template <class Visit>
-void forEachSharer(const FusedSimilarities& fused, const Sharers& sharers,
+void forEachSharer(const WeightedSides& weighted, const Sharers& sharers,
                    std::span<const Row> columns, const Visit& visit) {
-    std::vector<Row> lastColumn(fused.rows(), noRow);
+    std::vector<Row> lastColumn(weighted.rowCount(), noRow);
     for (const Row column : columns) {
         for (std::size_t s = 0; s < sharers.size(); ++s) {
-            const NeighbourLists& lists = fused.sides[s].lists;
+            const NeighbourLists& lists = weighted.sides[s].lists;
             const auto& listedBy = sharers[s].listedBy;
             for (const Row element : listOf(lists, column)) {
-                for (auto entry = std::lower_bound(listedBy.begin(), listedBy.end(),
-                                                   std::pair(element, Row{0}));
-                     entry != listedBy.end() && entry->first == element; ++entry) {
-                    for (Row row = entry->second; row != noRow; row = lists.side.nextCopy[row]) {
+                for (auto listing = std::lower_bound(listedBy.begin(), listedBy.end(),
+                                                     std::pair(element, Row{0}));
+                     listing != listedBy.end() && listing->first == element; ++listing) {
+                    for (Row row = listing->second; row != noRow; row = lists.side.nextCopy[row]) {
                         if (lastColumn[row] != column) {
                             lastColumn[row] = column;
                             visit(row, column);

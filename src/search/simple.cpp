@@ -9,8 +9,11 @@ namespace quillon {
 void searchSimple(std::uint32_t k, const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
                   const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits) {
+    // Enough that the texts have something to choose from, few enough to look like the query.
     constexpr std::uint32_t candidatesPerHit = 5;
-    constexpr float textThreshold = 0.0F;  // all squared text distances below 1
+    // All squared text distances below 1: vectors of length 1 up to 60 degrees apart. "/min" is
+    // meant for the shapes.
+    constexpr float textThreshold = 0.0F;
 
     checkQueryWidth(queryShape, shapeMatrix, "shape");
     checkQueryWidth(queryText, textMatrix, "text");

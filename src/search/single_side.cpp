@@ -50,6 +50,24 @@ Nearest nearestRows(std::uint32_t k, const FeatureMatrix& query, const FeatureMa
     return nearest;
 }
 
+/// Rows equal to the query.
+enum class Twins { reported, leftOut };
+
+void appendNearest(std::uint32_t k, const FeatureMatrix& query, const FeatureMatrix& matrix,
+                   float minThreshold, Twins twins, std::vector<SearchResult>& hits) {
+    const Nearest nearest = nearestRows(k, query, matrix);
+    const float limit = 1.0F - minThreshold;
+    for (std::uint32_t i = 0; i < k; ++i) {
+        const Label row = nearest.labels[i];
+        // Unfilled positions have the largest finite distance, which an infinite limit admits.
+        if (row >= 0 && limit > nearest.distances[i] &&
+            (twins == Twins::reported ||
+             !equalsQuery(matrix, static_cast<std::size_t>(row), query))) {
+            hits.push_back({row, nearest.distances[i]});
+        }
+    }
+}
+
 }  // namespace
 
 bool equalsQuery(const FeatureMatrix& matrix, std::size_t row, const FeatureMatrix& query) {
@@ -70,28 +88,13 @@ void searchByShape(std::uint32_t k, const FeatureMatrix& queryShape,
                    const FeatureMatrix& shapeMatrix, float minThreshold,
                    std::vector<SearchResult>& hits) {
     checkQueryWidth(queryShape, shapeMatrix, "shape");
-    const Nearest nearest = nearestRows(k, queryShape, shapeMatrix);
-    const float limit = 1.0F - minThreshold;
-    for (std::uint32_t i = 0; i < k; ++i) {
-        const auto row = nearest.labels[i];
-        // Unfilled positions have the largest finite distance, which an infinite limit admits.
-        if (row >= 0 && limit > nearest.distances[i] &&
-            !equalsQuery(shapeMatrix, static_cast<std::size_t>(row), queryShape)) {
-            hits.push_back({row, nearest.distances[i]});
-        }
-    }
+    appendNearest(k, queryShape, shapeMatrix, minThreshold, Twins::leftOut, hits);
 }
 
 void searchByText(std::uint32_t k, const FeatureMatrix& queryText, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits) {
     checkQueryWidth(queryText, textMatrix, "text");
-    const Nearest nearest = nearestRows(k, queryText, textMatrix);
-    const float limit = 1.0F - minThreshold;
-    for (std::uint32_t i = 0; i < k; ++i) {
-        if (nearest.labels[i] >= 0 && limit > nearest.distances[i]) {
-            hits.push_back({nearest.labels[i], nearest.distances[i]});
-        }
-    }
+    appendNearest(k, queryText, textMatrix, minThreshold, Twins::reported, hits);
 }
 
 }  // namespace quillon

@@ -10,6 +10,8 @@
 #include <new>
 #include <utility>
 
+#include "shared/large_pages.h"
+
 namespace quillon {
 
 /// Like a std::vector<float> with two differences: resizing keeps the values but leaves new ones
@@ -57,6 +59,7 @@ class GrowableFloats {
                 throw std::bad_alloc();
             }
             values = static_cast<float*>(moved);
+            preferLargePages(values, size * sizeof(float));
         }
         count = size;
     }

@@ -136,6 +136,13 @@ TEST(CheckBinaryLimits, BoundsTheValuesThatTakeNoBytes) {
 
 TEST(CheckBinaryLimits, AddsUpTheRepeatsOfOneDocument) {
     const std::string half = repeatedType('Z', freeBinaryValues / 2);
+    // Though the document never ends.
+    for (const char type : {'Z', 'T', 'F'}) {
+        const std::string bytes = "{i\5files[" + repeated(repeatedType(type, 0x7FFFFFFF), 100);
+        EXPECT_EQ(thrownText<std::runtime_error>(
+                      [&] { checkBinaryLimits(bytes, Input::ubjson, "big.ubj"); }),
+                  "document announces more than 1048576 values: big.ubj");
+    }
     EXPECT_EQ(thrownText<std::runtime_error>(
                   [&] { checkBinaryLimits("[" + half + half + "]", Input::ubjson, "big.ubj"); }),
               "document announces more than 1048576 values: big.ubj");
@@ -196,6 +203,23 @@ TEST(ReadJsonFile, RefusesHugeAnnouncedSizes) {
         EXPECT_EQ(thrownText<json::parse_error>([&] { readJsonFile(path); }),
                   parseErrorText(id, position, problem))
             << name;
+    }
+}
+
+// The readers recurse there without an event, so that nothing counts the nesting but the stack.
+TEST(CheckBinaryLimits, NamesTheStackWhereNestingIsNotCounted) {
+    const struct {
+        Input format;
+        std::string bytes;
+    } cases[] = {
+        {Input::cbor, repeated("\x7F", 1000000)},    // a text of chunks that are texts of chunks
+        {Input::cbor, repeated("\x5F", 1000000)},    // the same of bytes
+        {Input::bjdata, repeated("[$i#", 1000000)},  // a size that is an array with a size
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(thrownText<std::runtime_error>(
+                      [&] { checkBinaryLimits(c.bytes, c.format, pathFromUtf8("Tür/deep.x")); }),
+                  "document nested too deeply for 4 MiB of stack: Tür/deep.x");
     }
 }
 

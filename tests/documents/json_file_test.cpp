@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 using nlohmann::json;
+using test::notUtf8;
 using test::parseErrorText;
 using test::readBytes;
 using test::readText;
@@ -87,8 +88,22 @@ TEST(ReadJsonFile, ReadsAndReleasesJsonTextOfAnyDepth) {
 
 TEST(ReadJsonFile, ReportsAFileThatCannotBeOpened) {
     const TempFolder folder;
-    for (const char* name : {"none.json", "none.cbor", "none.txt", "none", "no/folder.json"}) {
+    folder.write("file.json", "{}"sv);
+    for (const char* name : {"none.json", "none.cbor", "none.txt", "none", "no/folder.json",
+                             "no/TÜR 90/椅子.cbor", "file.json/file.json"}) {
+        const fs::path path = folder.path() / pathFromUtf8(name);
+        EXPECT_EQ(thrownText<std::runtime_error>([&] { readJsonFile(path); }),
+                  "fail to open input file: " + utf8FromPath(path));
+    }
+}
+
+// Whether the system opens a folder or not.
+TEST(ReadJsonFile, CannotOpenAFolder) {
+    const TempFolder folder;
+    for (const char* name : {"folder.json", "folder.bson", "folder.cbor", "folder.msgpack",
+                             "folder.ubj", "folder.jdb", "folder.none"}) {
         const fs::path path = folder.path() / name;
+        fs::create_directory(path);
         EXPECT_EQ(thrownText<std::runtime_error>([&] { readJsonFile(path); }),
                   "fail to open input file: " + utf8FromPath(path));
     }
@@ -97,7 +112,8 @@ TEST(ReadJsonFile, ReportsAFileThatCannotBeOpened) {
 TEST(ReadJsonFile, ReportsAnUnknownExtension) {
     const TempFolder folder;
     for (const char* name : {"list.JSON", "list.Cbor", "list.json5", "list.jso", "list.txt", "list",
-                             "list.", ".json", "list.json ", "l.cbor.gz", "blah \"q\".bin"}) {
+                             "list.", ".json", "list.json ", "l.cbor.gz", "blah \"q\".bin",
+                             "list.json.txt", "list.ubjson", "list.js", "椅子"}) {
         const fs::path path = folder.write(name, "[1]"sv);
         EXPECT_EQ(thrownText<std::runtime_error>([&] { readJsonFile(path); }),
                   "Unknown input file format! " + utf8FromPath(path));
@@ -240,8 +256,11 @@ TEST(WriteJsonFile, WritesNumbersThatAreNotFiniteAsNullInJsonText) {
 
 TEST(WriteJsonFile, ReportsAFileThatCannotBeOpened) {
     const TempFolder folder;
-    for (const char* name : {"none/out.json", "none/out.cbor", "none/out.txt"}) {
-        const fs::path path = folder.path() / name;
+    folder.write("file.json", "{}"sv);
+    fs::create_directory(folder.path() / "folder.json");
+    for (const char* name : {"none/out.json", "none/out.cbor", "none/out.txt", "none/椅子.json",
+                             "file.json/out.cbor", "folder.json"}) {
+        const fs::path path = folder.path() / pathFromUtf8(name);
         EXPECT_EQ(thrownText<std::runtime_error>([&] { writeJsonFile(sample, path, false); }),
                   "fail to open output file: " + utf8FromPath(path));
         EXPECT_FALSE(fs::exists(folder.path() / "none"));
@@ -250,11 +269,16 @@ TEST(WriteJsonFile, ReportsAFileThatCannotBeOpened) {
 
 TEST(WriteJsonFile, EmptiesAFileOfUnknownExtensionAndThenFails) {
     const TempFolder folder;
-    for (const char* name : {"out.txt", "out.JSON", "out", ".json"}) {
-        const fs::path path = folder.write(name, "an earlier result"sv);
-        EXPECT_EQ(thrownText<std::runtime_error>([&] { writeJsonFile(sample, path, false); }),
-                  "Unknown output file format! " + utf8FromPath(path));
-        EXPECT_EQ(readBytes(path), "");
+    for (const char* name : {"out.txt", "out.JSON", "out.json.", "out", ".json"}) {
+        const fs::path path = folder.path() / name;
+        for (const std::string_view before : {"", "an earlier result"}) {
+            if (!before.empty()) {
+                folder.write(name, before);
+            }
+            EXPECT_EQ(thrownText<std::runtime_error>([&] { writeJsonFile(sample, path, false); }),
+                      "Unknown output file format! " + utf8FromPath(path));
+            EXPECT_EQ(readBytes(path), "");
+        }
     }
 }
 
@@ -263,7 +287,7 @@ TEST(WriteJsonFile, LeavesWhatWasWrittenBeforeAnUnwritableValue) {
     const fs::path path = folder.write("out.json", "an earlier result"sv);
     const json document = {{"a", 1}, {"b", "door\xFF"}};
     EXPECT_EQ(thrownText<json::type_error>([&] { writeJsonFile(document, path, false); }),
-              "[json.exception.type_error.316] invalid UTF-8 byte at index 4: 0xFF");
+              notUtf8(4));
     EXPECT_THAT(readBytes(path), testing::StartsWith("{\"a\":1,\"b\":"));
 }
 

@@ -13,6 +13,7 @@
 
 #include "shared/utf8_path.h"
 #include "support/failure_texts.h"
+#include "support/formats.h"
 #include "support/temp_folder.h"
 
 namespace quillon {
@@ -66,12 +67,11 @@ TEST(ReadQueryBlock, NarrowsEveryKindOfNumberToFloat) {
 TEST(ReadQueryBlock, ReadsBinaryFormatsWithTheirNumbersAsTheyStand) {
     const double infinity = std::numeric_limits<double>::infinity();
     const json row = {infinity, -infinity, std::numeric_limits<double>::quiet_NaN()};
-    const std::vector<std::uint8_t> bytes = json::to_cbor(documentWith("text", json::array({row})));
     const TempFolder folder;
     QueryBlock query;
     QueryType type = QueryType::ByText;
-    readQueryBlock(folder.write("query.cbor", std::string(bytes.begin(), bytes.end())), type,
-                   query);
+    const json document = documentWith("text", json::array({row}));
+    readQueryBlock(folder.write("query.cbor", encoded(document, ".cbor")), type, query);
     expectRow(query.shape, {1, 2});
     ASSERT_EQ(query.text.shape(1), 3U);
     EXPECT_EQ(query.text(0, 0), std::numeric_limits<float>::infinity());
@@ -81,7 +81,7 @@ TEST(ReadQueryBlock, ReadsBinaryFormatsWithTheirNumbersAsTheyStand) {
 
 TEST(ReadQueryBlock, LeavesASideWithoutAUsableRowEmpty) {
     for (const char* text : {"null", "5", "\"row\"", "true", "{}", R"({"a":[1]})", "[]", "[[]]",
-                             "[1,2,3]", "[null]", R"([{"a":1}])", R"([[],5,"x"])"}) {
+                             "[1,2,3]", "[null]", R"(["row"])", R"([{"a":1}])", R"([[],5,"x"])"}) {
         SCOPED_TRACE(text);
         const Read shape = readFrom(documentWith("shape", json::parse(text)));
         expectRow(shape.query.shape, {});
@@ -102,7 +102,7 @@ constexpr QueryType everyType[] = {QueryType::NotChosen, QueryType::Adaptive, Qu
 
 TEST(ReadQueryBlock, KeepsTheMethodWithoutAMeaninglessText) {
     for (const char* text :
-         {"null", "[]", "{}", R"(["door"])", R"(["1-2"])", R"(["A$c"])", R"([" A$C"])",
+         {"null", "[]", "{}", R"(["Door 23_3"])", R"(["1-2"])", R"(["A$c"])", R"([" A$C"])",
           R"(["TÜR 90"])", R"(["door", 5])", R"(["door", "A$C"])"}) {
         for (const QueryType type : everyType) {
             EXPECT_EQ(readFrom(documentWith("queryText", json::parse(text)), type).type, type)
@@ -145,7 +145,9 @@ TEST(ReadQueryBlock, RejectsADocumentThatIsNoObject) {
     for (const auto& [document, type] : std::vector<WrongValue>{{"null", "null"},
                                                                 {"[]", "array"},
                                                                 {"\"shape\"", "string"},
+                                                                {R"([{"shape":[[1]]}])", "array"},
                                                                 {"3", "number"},
+                                                                {"1.5", "number"},
                                                                 {"true", "boolean"}}) {
         EXPECT_EQ(
             thrownText<json::type_error>([&, &value = document] { readFrom(json::parse(value)); }),
@@ -158,7 +160,9 @@ TEST(ReadQueryBlock, RejectsAnElementThatIsNoNumber) {
         expectTypeErrors(key, {{R"([[1,"2"]])", noNumber("string")},
                                {"[[null,2]]", noNumber("null")},
                                {"[[1,[2]]]", noNumber("array")},
+                               {"[[[],2]]", noNumber("array")},
                                {"[[1,{}]]", noNumber("object")},
+                               {R"([[1,{"a":1}]])", noNumber("object")},
                                {R"([[1,2],[3,4],[5,"6"]])", noNumber("string")}});
     }
 }
@@ -169,15 +173,18 @@ TEST(ReadQueryBlock, RejectsALaterRowThatIsNoArray) {
                                {"[[1,2],null]", noArray("null")},
                                {R"([[1,2],"34"])", noArray("string")},
                                {"[[1,2],[3,4],{}]", noArray("object")},
+                               {R"([[1,2],{"a":1}])", noArray("object")},
                                {"[[1,2],false]", noArray("boolean")}});
     }
 }
 
 TEST(ReadQueryBlock, RejectsARowShorterThanRowZero) {
     for (const char* key : {"shape", "text"}) {
-        const json document = documentWith(key, {{1, 2, 3}, {4, 5}});
-        EXPECT_EQ(thrownText<json::out_of_range>([&] { readFrom(document); }),
-                  "[json.exception.out_of_range.401] array index 2 is out of range");
+        for (const auto& [rows, index] :
+             {std::pair{"[[1,2,3],[4,5]]", 2U}, {"[[1,2,3],[]]", 0U}, {"[[1,2],[3,4],[5]]", 1U}}) {
+            const json document = documentWith(key, json::parse(rows));
+            EXPECT_EQ(thrownText<json::out_of_range>([&] { readFrom(document); }), noIndex(index));
+        }
     }
 }
 
@@ -203,6 +210,7 @@ TEST(ReadQueryBlock, RejectsAMissingKey) {
         document.erase(key);
         EXPECT_EQ(thrownText<json::out_of_range>([&] { readFrom(document); }), noKey(key));
     }
+    EXPECT_EQ(thrownText<json::out_of_range>([&] { readFrom(json::object()); }), noKey("shape"));
 }
 
 TEST(ReadQueryBlock, LooksUpAllKeysBeforeItReadsAValue) {

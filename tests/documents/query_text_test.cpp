@@ -19,6 +19,7 @@ TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
              "123"sv,
              "   "sv,
              "1 2 3"sv,
+             "12 34"sv,
              "2024\n"sv,
              " \t\r\n\v\f"sv,
              // a character that can't be printed
@@ -30,6 +31,9 @@ TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
              "\0\0\0"sv,
              "door\xC2\x80"sv,
              "door\xC2\x85"sv,
+             "a\tbc"sv,
+             "\0Door"sv,
+             "\xC2\xA0\xC2\x85x"sv,
              "door\xC2\x9F"sv,
              // a noncharacter
              "door\xEF\xB7\x90"sv,
@@ -44,14 +48,20 @@ TEST(IsMeaninglessText, HoldsForTextsThatSayNothing) {
              "door\x80"sv,
              "T\xDCR 90"sv,
              "door\xC3"sv,
+             "Door \xC3"sv,
              "door\xE6\xA4"sv,
+             "\xE6\xA4"
+             "Door"sv,
              "\xC3\x28 door"sv,
              "door\xC0\xAF"sv,
+             "\xC0\xAFyes"sv,
              "door\xED\xA0\x80"sv,
+             "\xED\xA0\x80\xED\xB0\x80"sv,
              "door\xF4\x90\x80\x80"sv,
              // names that CAD programs make up
              "A$C"sv,
              "a$c"sv,
+             "a$c1"sv,
              "A$C1F2E"sv,
              "a$c door"sv,
          }) {

@@ -2,11 +2,12 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "support/odd_documents.h"
+#include "support/documents.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -61,21 +62,21 @@ json chooseNumber(FuzzInput& input) {
     }
 }
 
-/// What makes a drawing irregular clears `isRegular`.
-json chooseVector(FuzzInput& input, std::size_t width, bool& isRegular) {
+/// What makes a drawing untidy clears `isTidy`.
+json chooseVector(FuzzInput& input, std::size_t width, bool& isTidy) {
     const std::size_t kind = input.choice(64);
     if (kind == 0) {
-        isRegular = false;
+        isTidy = false;
         return chooseLeaf(input);
     }
     std::vector<json> numbers(1 + input.choice(4));
     for (json& number : numbers) {
         number = chooseNumber(input);
         // JSON text knows no such number.
-        isRegular = isRegular && std::isfinite(number.get<double>());
+        isTidy = isTidy && std::isfinite(number.get<double>());
     }
     if (kind == 1) {
-        isRegular = false;
+        isTidy = false;
         width = input.choice(3) == 0 ? 0 : width - 1 + 2 * input.choice(2);
     }
     json vector = json::array();
@@ -83,11 +84,11 @@ json chooseVector(FuzzInput& input, std::size_t width, bool& isRegular) {
         vector.push_back(numbers[i % numbers.size()]);
     }
     if (kind == 2 && width > 0) {
-        isRegular = false;
+        isTidy = false;
         vector[input.byte() * width / 256] = chooseLeaf(input);
     }
     if (kind == 3) {
-        isRegular = false;
+        isTidy = false;
         json object = json::object();
         for (std::size_t i = 0; i < width; ++i) {
             object[std::to_string(i)] = vector[i];
@@ -97,40 +98,40 @@ json chooseVector(FuzzInput& input, std::size_t width, bool& isRegular) {
     return vector;
 }
 
-json chooseKey(FuzzInput& input, bool& isRegular) {
-    static const char* const regular[] = {"n*a*1", "n*b*2", "m*a*0", "*c*0*further", "\xC3\x9C**"};
+json chooseKey(FuzzInput& input, bool& isTidy) {
+    static const char* const tidy[] = {"n*a*1", "n*b*2", "m*a*0", "*c*0*further", "\xC3\x9C**"};
     const std::size_t kind = input.choice(64);
     if (kind == 0) {
-        isRegular = false;
+        isTidy = false;
         return chooseLeaf(input);
     }
     if (kind == 1) {
-        isRegular = false;
+        isTidy = false;
         return input.take(input.choice(12));
     }
-    return input.anyOf(regular);
+    return input.anyOf(tidy);
 }
 
-json chooseDrawingTree(FuzzInput& input, bool& isRegular) {
-    json document{{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
+json chooseDrawingTree(FuzzInput& input, bool& isTidy) {
+    json document = encodings({});
     const std::size_t blocks = input.choice(4);
     for (std::size_t i = 0; i < blocks; ++i) {
-        document["blocks"].push_back(chooseKey(input, isRegular));
-        document["shape"].push_back(chooseVector(input, 512, isRegular));
-        document["text"].push_back(chooseVector(input, 384, isRegular));
+        document["blocks"].push_back(chooseKey(input, isTidy));
+        document["shape"].push_back(chooseVector(input, 512, isTidy));
+        document["text"].push_back(chooseVector(input, 384, isTidy));
     }
     static const char* const members[] = {"blocks", "shape", "text"};
     switch (input.choice(32)) {
         case 0:
-            isRegular = false;
+            isTidy = false;
             document.erase(input.anyOf(members));
             break;
         case 1:
-            isRegular = false;
+            isTidy = false;
             document[input.anyOf(members)] = chooseLeaf(input);
             break;
         case 2:
-            isRegular = false;
+            isTidy = false;
             document[input.anyOf(members)].push_back(chooseLeaf(input));
             break;
         case 3:
@@ -147,8 +148,8 @@ json chooseQueryTree(FuzzInput& input) {
     bool ignored = true;
     json document{{"shape", json::array()}, {"text", json::array()}, {"queryText", json::array()}};
     for (const auto& [side, width] : {std::pair("shape", 512U), std::pair("text", 384U)}) {
-        const std::size_t rows = input.choice(8) == 0 ? input.choice(3) : 1;
-        for (std::size_t i = 0; i < rows; ++i) {
+        const std::size_t rowCount = input.choice(8) == 0 ? input.choice(3) : 1;
+        for (std::size_t i = 0; i < rowCount; ++i) {
             document[side].push_back(chooseVector(input, width, ignored));
         }
     }
@@ -218,15 +219,15 @@ template <class ChooseTree>
 FuzzDocument chooseDocument(FuzzInput& input, const ChooseTree& chooseTree) {
     FuzzDocument document;
     document.extension = input.anyOf(allExtensions);
-    document.isRegular = true;
-    const json tree = chooseTree(input, document.isRegular);
+    document.isTidy = true;
+    const json tree = chooseTree(input, document.isTidy);
     try {
         document.bytes = encodedInSomeWay(tree, document.extension, input);
     } catch (const json::exception&) {
-        document.isRegular = false;  // the format has no such value
+        document.isTidy = false;  // the format has no such value
     }
     if (changeBytes(input, document.bytes)) {
-        document.isRegular = false;
+        document.isTidy = false;
     }
     return document;
 }

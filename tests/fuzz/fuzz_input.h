@@ -1,7 +1,6 @@
 // The fuzzer's bytes as a row of choices, which is 0 once it has ended.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>

@@ -6,7 +6,7 @@
 #include "documents/json_file.h"
 #include "fuzz/fuzz_input.h"
 #include "shared/json_tree.h"
-#include "support/odd_documents.h"
+#include "support/formats.h"
 #include "support/temp_folder.h"
 
 namespace quillon::test {

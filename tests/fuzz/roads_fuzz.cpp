@@ -1,49 +1,48 @@
-// The straight road against the exact one: what it takes, the other takes too, with the same
-// blocks to the bit; and what is regular it does take.
+// A drawing as it is fetched against the tree of its file taken apart: the same blocks to the bit,
+// or the same failure; and what is tidy takes the straight road.
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <optional>
+#include <exception>
+#include <nlohmann/json.hpp>
+#include <string>
 
 #include "documents/json_file.h"
 #include "fuzz/fuzz_documents.h"
 #include "library/document_blocks.h"
-#include "library/regular_drawing.h"
+#include "library/fetch_drawing.h"
+#include "shared/utf8_path.h"
 #include "support/temp_folder.h"
 
 namespace quillon::test {
 namespace {
 
-std::optional<DrawingBlocks> readStraight(const FuzzDocument& document,
-                                          nlohmann::json::input_format_t format) {
-    if (format != nlohmann::json::input_format_t::json) {
-        return readRegularBinary(document.bytes, format);
+std::string textOf(const std::exception_ptr& failure) {
+    if (!failure) {
+        return {};
     }
-    static simdjson::dom::parser parser;
-    std::string padded = document.bytes;
-    padded.resize(padded.size() + simdjson::SIMDJSON_PADDING);
-    return readRegularJson(parser, padded.data(), document.bytes.size());
-}
-
-/// Nothing where the document does not even parse.
-std::optional<DrawingBlocks> readExactly(const std::filesystem::path& path) {
     try {
-        const nlohmann::json document = readJsonFile(path);
-        return blocksOfDocument(document);
-    } catch (const std::runtime_error&) {
-        return std::nullopt;
-    } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
+        std::rethrow_exception(failure);
+    } catch (const std::exception& exception) {
+        return exception.what();
     }
 }
 
-bool haveSameRows(const GrowingRows& a, const GrowingRows& b) {
-    if (a.rows() != b.rows()) {
-        return false;
+/// Calls `action`; the text of its failure, or nothing.
+template <class Action>
+std::string failureOf(const Action& action) {
+    try {
+        action();
+    } catch (...) {
+        return textOf(std::current_exception());
     }
-    for (std::size_t i = 0; i < a.rows() * a.rowWidth(); ++i) {
-        const float x = a.row(0)[i];
-        const float y = b.row(0)[i];
+    return {};
+}
+
+bool haveSameRow(const GrowingRows& a, const GrowingRows& b, std::size_t index) {
+    for (std::size_t i = 0; i < a.rowWidth(); ++i) {
+        const float x = a.row(index)[i];
+        const float y = b.row(index)[i];
         if (std::bit_cast<std::uint32_t>(x) != std::bit_cast<std::uint32_t>(y) &&
             !(std::isnan(x) && std::isnan(y))) {
             return false;
@@ -52,28 +51,36 @@ bool haveSameRows(const GrowingRows& a, const GrowingRows& b) {
     return true;
 }
 
+void compareBlocks(const DrawingBlocks& fetched, const DrawingBlocks& plain) {
+    require(textOf(fetched.failure) == textOf(plain.failure), "the documents end in the same way");
+    require(fetched.remarks == plain.remarks, "the same remarks stand behind the blocks");
+    require(fetched.isNull == plain.isNull, "both know whether the file holds null");
+    require(fetched.blocks.size() == plain.blocks.size(), "there are as many blocks");
+    for (std::size_t i = 0; i < plain.blocks.size(); ++i) {
+        const DrawingBlock& a = fetched.blocks[i];
+        const DrawingBlock& b = plain.blocks[i];
+        require(a.key == b.key && a.remarks == b.remarks, "keys and remarks are the same");
+        require(textOf(a.shapeFault) == textOf(b.shapeFault), "the shapes' faults are the same");
+        require(textOf(a.textFault) == textOf(b.textFault), "the texts' faults are the same");
+        require(b.shapeFault || haveSameRow(fetched.shapes, plain.shapes, i), "the shapes are");
+        require(b.textFault || haveSameRow(fetched.texts, plain.texts, i), "the texts are");
+    }
+}
+
 void compareRoads(const FuzzDocument& document) {
     static const TempFolder folder;
+    static FetchBuffers buffers;
     const auto path = folder.write("drawing" + std::string(document.extension), document.bytes);
-    const std::optional<DrawingBlocks> straight =
-        readStraight(document, documentFormat(path).value());
-    const std::optional<DrawingBlocks> exact = readExactly(path);
-    require(straight || !document.isRegular, "a regular drawing takes the straight road");
-    if (!straight) {
-        return;
-    }
-    require(exact.has_value(), "what the straight road takes does parse");
-    require(!exact->failure && !exact->isNull && exact->remarks.empty(),
-            "what the straight road takes is a whole drawing");
-    require(straight->blocks.size() == exact->blocks.size(), "both roads find as many blocks");
-    for (std::size_t i = 0; i < exact->blocks.size(); ++i) {
-        const DrawingBlock& block = exact->blocks[i];
-        require(!block.shapeFault && !block.textFault && block.remarks.empty(),
-                "no block that the straight road takes has a fault");
-        require(straight->blocks[i].key == block.key, "both roads find the same keys");
-    }
-    require(haveSameRows(straight->shapes, exact->shapes), "both roads find the same shapes");
-    require(haveSameRows(straight->texts, exact->texts), "both roads find the same texts");
+    ListedDrawing fetched;
+    DrawingBlocks plain;
+    const std::string failure =
+        failureOf([&] { fetched = fetchDrawing(utf8FromPath(path), buffers); });
+    const std::string plainFailure =
+        failureOf([&] { plain = blocksOfDocument(readJsonFile(path)); });
+    require(failure == plainFailure, "the file fails to be read in the same way");
+    require(fetched.road == Road::straight || !document.isTidy,
+            "a tidy drawing takes the straight road");
+    compareBlocks(fetched.blocks, plain);
 }
 
 }  // namespace

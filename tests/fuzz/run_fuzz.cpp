@@ -1,8 +1,6 @@
 // Whole runs in this process, from the command line and a small folder to the result: they end in
 // one of three ways, leave a result that can be read, and leave the same when run again.
-#include <array>
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -13,6 +11,8 @@
 #include "run/run.h"
 #include "shared/utf8_path.h"
 #include "support/console_capture.h"
+#include "support/failure_texts.h"
+#include "support/formats.h"
 #include "support/run_program.h"
 #include "support/temp_folder.h"
 
@@ -121,11 +121,7 @@ Outcome runOnce(const Words& words, const std::string& output) {
         std::filesystem::remove(output);
     }
     const ConsoleCapture console;
-    try {
-        outcome.status = run(words);
-    } catch (const std::exception& exception) {
-        outcome.failure = exception.what();
-    }
+    outcome.failure = failureOf([&] { outcome.status = run(words); });
     outcome.console = maskTimes(console.text());
     if (outcome.status == 0) {
         outcome.result = readBytes(output);
@@ -143,8 +139,7 @@ void runTwice(FuzzInput& input) {
     std::string output = pathOf("result.json");
     const json list = chooseList(input, drawings);
     const Words words = chooseCommandLine(input, query, output);
-    workingFolder().write(
-        "list.json", std::string_view(list.dump(-1, ' ', false, json::error_handler_t::replace)));
+    workingFolder().write("list.json", encoded(list, ".json"));
 
     const Outcome outcome = runOnce(words, output);
     switch (outcome.status) {

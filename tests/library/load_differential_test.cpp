@@ -1,18 +1,21 @@
 // The load against the plain one that holds every file as a tree: rows, records, counts, console
-// and exception must be the same for regular and irregular documents, in every format and either
+// and exception must be the same for tidy and untidy documents, in every format and either
 // mode.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "library/load_library.h"
 #include "reference/tree_load.h"
 #include "shared/utf8_path.h"
-#include "support/console_capture.h"
+#include "support/documents.h"
+#include "support/formats.h"
+#include "support/load_outcome.h"
 #include "support/odd_documents.h"
 #include "support/temp_folder.h"
 
@@ -29,58 +32,38 @@ std::string bitsOf(const FeatureMatrix& matrix) {
     return std::to_string(matrix.shape(0)) + "x" + std::to_string(matrix.shape(1)) + ":" + bytes;
 }
 
-struct Outcome {
-    std::string console;
-    std::string failure;
-    std::string records;
-    std::string counters;
-    std::string shapeBits;
-    std::string textBits;
-};
-
-Outcome outcomeOf(const std::function<void(BlockLibrary&)>& load) {
-    BlockLibrary library;
-    Outcome outcome;
-    {
-        const ConsoleCapture console;
-        try {
-            load(library);
-        } catch (const std::exception& exception) {
-            outcome.failure = exception.what();
-        }
-        outcome.console = console.text();
-    }
+std::string recordsOf(const BlockLibrary& library) {
+    std::string text;
     for (const BlockRecord& record : library.records) {
-        outcome.records += utf8FromPath(*record.encodingsPath) + '|' + record.blockKey + '\n';
+        text += utf8FromPath(*record.encodingsPath) + '|' + record.blockKey + '\n';
     }
+    return text;
+}
+
+std::vector<std::uint64_t> countersOf(const BlockLibrary& library) {
     const LoadCounters& counters = library.counters;
-    for (const std::uint64_t count : {counters.totalDrawings, counters.failedDrawings,
-                                      counters.totalBlocks, counters.uniqueBlocks}) {
-        outcome.counters += std::to_string(count) + ' ';
-    }
-    outcome.shapeBits = bitsOf(library.shapeMatrix);
-    outcome.textBits = bitsOf(library.textMatrix);
-    return outcome;
+    return {counters.totalDrawings, counters.failedDrawings, counters.totalBlocks,
+            counters.uniqueBlocks};
 }
 
 /// Both loads of one list in both modes, with and without deduplication.
 void expectSameLoads(const std::filesystem::path& list, const std::string& label) {
     for (const bool parallelLoad : {true, false}) {
         for (const bool dedupe : {true, false}) {
-            const Outcome ours = outcomeOf([&](BlockLibrary& library) {
-                loadBlockLibrary(list, parallelLoad, dedupe, library);
-            });
-            const Outcome plain = outcomeOf([&](BlockLibrary& library) {
+            const LoadOutcome ours = load(list, parallelLoad, dedupe);
+            const LoadOutcome plain = outcomeOf([&](BlockLibrary& library) {
                 reference::loadBlockLibrary(list, parallelLoad, dedupe, library);
             });
             const std::string where = label + (parallelLoad ? ", parallel" : ", one at a time") +
                                       (dedupe ? "" : ", no dedup");
             ASSERT_EQ(ours.console, plain.console) << where;
             ASSERT_EQ(ours.failure, plain.failure) << where;
-            ASSERT_EQ(ours.records, plain.records) << where;
-            ASSERT_EQ(ours.counters, plain.counters) << where;
-            ASSERT_TRUE(ours.shapeBits == plain.shapeBits) << where;
-            ASSERT_TRUE(ours.textBits == plain.textBits) << where;
+            ASSERT_EQ(recordsOf(ours.library), recordsOf(plain.library)) << where;
+            ASSERT_EQ(countersOf(ours.library), countersOf(plain.library)) << where;
+            ASSERT_TRUE(bitsOf(ours.library.shapeMatrix) == bitsOf(plain.library.shapeMatrix))
+                << where;
+            ASSERT_TRUE(bitsOf(ours.library.textMatrix) == bitsOf(plain.library.textMatrix))
+                << where;
         }
     }
 }
@@ -92,38 +75,38 @@ class LibraryFolder {
             folder.write(std::to_string(files.size()) + std::string(extension), bytes)));
     }
     void addMissing(const std::string& name) { files.push_back(name); }
-    std::filesystem::path list() const { return folder.write("list.json", json{{"files", files}}); }
+    std::filesystem::path list() const { return writeList(folder, files); }
 
   private:
     TempFolder folder;
     json files = json::array();
 };
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnRegularDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnTidyDocuments) {
     std::mt19937 random(1);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 12; ++repeat) {
             LibraryFolder folder;
             for (int file = 0; file < 5; ++file) {
-                folder.add(extension, encoded(regularDocument(random), extension));
+                folder.add(extension, encoded(tidyDocument(random), extension));
             }
             expectSameLoads(folder.list(), std::string(extension));
         }
     }
 }
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnIrregularDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnUntidyDocuments) {
     std::mt19937 random(2);
-    for (std::size_t kind = 0; kind < irregularityCount; ++kind) {
+    for (std::size_t kind = 0; kind < untidinessCount; ++kind) {
         for (const std::string_view extension : allExtensions) {
             for (int repeat = 0; repeat < 3; ++repeat) {
-                json irregular = regularDocument(random);
-                const std::string name = makeIrregular(irregular, kind, random);
+                json untidy = tidyDocument(random);
+                const std::string name = makeUntidy(untidy, kind, random);
                 // Among good files, so that what stands before and behind it counts too.
                 LibraryFolder folder;
-                folder.add(".json", encoded(regularDocument(random), ".json"));
-                folder.add(extension, encoded(irregular, extension));
-                folder.add(".cbor", encoded(regularDocument(random), ".cbor"));
+                folder.add(".json", encoded(tidyDocument(random), ".json"));
+                folder.add(extension, encoded(untidy, extension));
+                folder.add(".cbor", encoded(tidyDocument(random), ".cbor"));
                 folder.addMissing("missing.json");
                 expectSameLoads(folder.list(), name + ", " + std::string(extension));
             }
@@ -135,11 +118,11 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedText) {
     std::mt19937 random(3);
     for (std::size_t kind = 0; kind < damageCount; ++kind) {
         for (int repeat = 0; repeat < 10; ++repeat) {
-            std::string text = encoded(regularDocument(random), ".json");
+            std::string text = encoded(tidyDocument(random), ".json");
             const std::string name = damageText(text, kind, random);
             LibraryFolder folder;
             folder.add(".json", text);
-            folder.add(".json", encoded(regularDocument(random), ".json"));
+            folder.add(".json", encoded(tidyDocument(random), ".json"));
             expectSameLoads(folder.list(), name);
         }
     }
@@ -149,7 +132,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
     std::mt19937 random(4);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 40; ++repeat) {
-            std::string bytes = encoded(regularDocument(random), extension);
+            std::string bytes = encoded(tidyDocument(random), extension);
             // The structure stands in the first bytes and around the vectors' ends.
             const std::size_t place = random() % (repeat % 2 == 0 ? 64 : bytes.size());
             bytes[place] = static_cast<char>(random());
@@ -158,7 +141,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
             }
             LibraryFolder folder;
             folder.add(extension, bytes);
-            folder.add(".msgpack", encoded(regularDocument(random), ".msgpack"));
+            folder.add(".msgpack", encoded(tidyDocument(random), ".msgpack"));
             expectSameLoads(folder.list(), std::string(extension) + " byte " +
                                                std::to_string(place) + " repeat " +
                                                std::to_string(repeat));
@@ -171,10 +154,10 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnMixedLibraries) {
     for (int repeat = 0; repeat < 60; ++repeat) {
         LibraryFolder folder;
         for (int file = 0; file < 8; ++file) {
-            const std::string_view extension = allExtensions[random() % 6];
-            json document = regularDocument(random);
+            const std::string_view extension = allExtensions[random() % allExtensions.size()];
+            json document = tidyDocument(random);
             if (random() % 4 == 0) {
-                makeIrregular(document, random() % irregularityCount, random);
+                makeUntidy(document, random() % untidinessCount, random);
             }
             folder.add(extension, encoded(document, extension));
         }

@@ -13,8 +13,10 @@
 
 #include "shared/utf8_path.h"
 #include "support/console_capture.h"
-#include "support/encodings.h"
+#include "support/documents.h"
 #include "support/failure_texts.h"
+#include "support/formats.h"
+#include "support/load_outcome.h"
 #include "support/temp_folder.h"
 
 namespace quillon {
@@ -62,8 +64,12 @@ TEST(LoadBlockLibrary, FailsWithoutAReadableList) {
 
 TEST(LoadBlockLibrary, FailsForAListThatIsNoObject) {
     const TempFolder folder;
-    for (const auto& [text, type] :
-         {std::pair{"[]", "array"}, {"null", "null"}, {"\"files\"", "string"}, {"3", "number"}}) {
+    for (const auto& [text, type] : {std::pair{"[]", "array"},
+                                     {R"(["a.json"])", "array"},
+                                     {"null", "null"},
+                                     {"\"files\"", "string"},
+                                     {"3", "number"},
+                                     {"false", "boolean"}}) {
         expectFailure<json::type_error>(folder.write("list.json", std::string_view(text)),
                                         noObject(type), "");
     }
@@ -71,8 +77,9 @@ TEST(LoadBlockLibrary, FailsForAListThatIsNoObject) {
 
 TEST(LoadBlockLibrary, FailsForAListWithoutFiles) {
     const TempFolder folder;
-    expectFailure<json::out_of_range>(folder.write("list.json", R"({"Files":["a.json"]})"sv),
-                                      noKey("files"), "");
+    for (const std::string_view text : {"{}", R"({"Files":["a.json"]})"}) {
+        expectFailure<json::out_of_range>(folder.write("list.json", text), noKey("files"), "");
+    }
     for (const char* files : {"[]", "null", "{}"}) {
         const auto list = writeList(folder, json::parse(files));
         expectFailure<std::runtime_error>(list, "There are no files in " + utf8FromPath(list), "");
@@ -95,7 +102,7 @@ TEST(LoadBlockLibrary, LoadsOneBlock) {
 TEST(LoadBlockLibrary, QuotesTheListInTheProgressLine) {
     const TempFolder folder;
     const std::string drawing = writeDrawing(folder, "a.json", encodings({{"a*A*1", 1}}));
-    const auto list = folder.write(R"(my "Türen" \ list.json)", json{{"files", {drawing}}});
+    const auto list = folder.write(R"(my "Türen" \ list.json)", listDocument({drawing}));
     const std::string folderText = utf8FromPath(folder.path());
     EXPECT_EQ(load(list, parallel).console, "Loading encodings from 1 files in \"" + folderText +
                                                 R"(/my \"Türen\" \\ list.json")"
@@ -134,19 +141,28 @@ struct BadEntry {
 
 std::vector<BadEntry> badEntries(const TempFolder& folder) {
     const std::string missing = utf8FromPath(folder.path() / "no \"such\".json");
-    const std::string unknown = utf8FromPath(folder.write("drawing.dwg", "{}"sv));
+    const std::string missingText = utf8FromPath(folder.path() / "missing.txt");
     const std::string unparsed = utf8FromPath(folder.write("cut.msgpack", "\x81"sv));
     const std::string deep = utf8FromPath(folder.write("deep.cbor", std::string(9999, '\x81')));
-    return {
+    std::vector<BadEntry> entries{
+        {"", "fail to open input file: "},
         {missing, "fail to open input file: " + missing},
-        {unknown, "Unknown input file format! " + unknown},
+        {missingText, "fail to open input file: " + missingText},
         {unparsed, parseErrorText(110, "byte 2", "MessagePack string: unexpected end of input")},
         {deep, "document nested deeper than 500 levels: " + deep},
         {5, noString("number")},
+        {-5, noString("number")},
+        {1.5, noString("number")},
+        {true, noString("boolean")},
         {nullptr, noString("null")},
         {json::array({"a.json"}), noString("array")},
         {json{{"path", "a.json"}}, noString("object")},
     };
+    for (const char* name : {"drawing.dwg", "drawing.JSON", "drawing", ".json"}) {
+        const std::string unknown = utf8FromPath(folder.write(name, encodings({{"a*A*1", 1}})));
+        entries.push_back({unknown, "Unknown input file format! " + unknown});
+    }
+    return entries;
 }
 
 TEST(LoadBlockLibrary, SurvivesEveryEntryThatCannotBeRead) {
@@ -227,16 +243,20 @@ TEST(LoadBlockLibrary, PrintsMessagesOfTheMergeInListOrder) {
 
 TEST(LoadBlockLibrary, SkipsANullDocumentSilentlyInTheParallelModeOnly) {
     const TempFolder folder;
-    const std::string null = writeDrawing(folder, "null.json", nullptr);
     const std::string good = writeDrawing(folder, "a.json", encodings({{"a*A*1", 1}}));
-    const auto list = writeList(folder, {null, good});
-    LoadOutcome outcome = load(list, parallel);
-    EXPECT_EQ(outcome.console, progressLine(2, list) + summary(2, 1, 1, 0));
-    EXPECT_EQ(outcome.library.counters.failedDrawings, 0U);
-    outcome = load(list, oneAtATime);
-    EXPECT_EQ(outcome.console,
-              progressLine(2, list) + failLine(null, noObject("null")) + summary(2, 1, 1, 0));
-    EXPECT_EQ(outcome.library.counters.failedDrawings, 1U);
+    for (const std::string extension : {".json", ".cbor", ".msgpack", ".ubj", ".jdb"}) {
+        SCOPED_TRACE(extension);
+        const std::string null =
+            utf8FromPath(folder.write("null" + extension, encoded(nullptr, extension)));
+        const auto list = writeList(folder, {null, good});
+        LoadOutcome outcome = load(list, parallel);
+        EXPECT_EQ(outcome.console, progressLine(2, list) + summary(2, 1, 1, 0));
+        EXPECT_EQ(outcome.library.counters.failedDrawings, 0U);
+        outcome = load(list, oneAtATime);
+        EXPECT_EQ(outcome.console,
+                  progressLine(2, list) + failLine(null, noObject("null")) + summary(2, 1, 1, 0));
+        EXPECT_EQ(outcome.library.counters.failedDrawings, 1U);
+    }
 }
 
 TEST(LoadBlockLibrary, TakesASingleStringForOneFileInOneAtATimeModeOnly) {
@@ -256,23 +276,28 @@ TEST(LoadBlockLibrary, WalksAnObjectOfFilesInKeyOrderInOneAtATimeModeOnly) {
     const TempFolder folder;
     const std::string a = writeDrawing(folder, "a.json", encodings({{"a*A*1", 1}}));
     const std::string b = writeDrawing(folder, "b.json", encodings({{"b*B*1", 2}}));
-    const auto list = writeList(folder, {{"second", a}, {"first", b}});
+    const auto list = writeList(folder, {{"second", a}, {"first", b}, {"number", 7}});
     LoadOutcome outcome = load(list, oneAtATime);
-    EXPECT_EQ(outcome.console, progressLine(2, list) + summary(2, 2, 2, 0));
+    EXPECT_EQ(outcome.console,
+              progressLine(3, list) + failLine(7, noString("number")) + summary(3, 2, 2, 0));
     EXPECT_EQ(blockKeys(outcome.library), (Keys{"b*B*1", "a*A*1"}));
     outcome = load(list, parallel);
-    EXPECT_EQ(outcome.console, progressLine(2, list) + "Warning: " + noArray("object") +
-                                   "\nWarning: " + noArray("object") + "\n");
+    const std::string warning = "Warning: " + noArray("object") + "\n";
+    EXPECT_EQ(outcome.console, progressLine(3, list) + warning + warning + warning);
     EXPECT_EQ(outcome.failure, noEncodings);
 }
 
-TEST(LoadBlockLibrary, RejectsANumberOfFiles) {
+TEST(LoadBlockLibrary, RejectsANumberOrABooleanOfFiles) {
     const TempFolder folder;
-    const auto list = writeList(folder, 3);
-    EXPECT_EQ(load(list, parallel).console,
-              progressLine(1, list) + "Warning: " + noArray("number") + "\n");
-    EXPECT_EQ(load(list, oneAtATime).console,
-              progressLine(1, list) + failLine(3, noString("number")));
+    for (const auto& [files, type] : {std::pair{json(3), "number"}, {json(true), "boolean"}}) {
+        const auto list = writeList(folder, files);
+        LoadOutcome outcome = load(list, parallel);
+        EXPECT_EQ(outcome.console, progressLine(1, list) + "Warning: " + noArray(type) + "\n");
+        EXPECT_EQ(outcome.failure, noEncodings);
+        outcome = load(list, oneAtATime);
+        EXPECT_EQ(outcome.console, progressLine(1, list) + failLine(files, noString(type)));
+        EXPECT_EQ(outcome.failure, noEncodings);
+    }
 }
 
 TEST(LoadBlockLibrary, TakesADrawingWithoutBlocksForLoaded) {
@@ -280,10 +305,16 @@ TEST(LoadBlockLibrary, TakesADrawingWithoutBlocksForLoaded) {
     const std::string good = writeDrawing(folder, "a.json", encodings({{"a*A*1", 1}}));
     for (const char* text : {R"({"blocks":[],"shape":[],"text":[]})", R"({"blocks":[]})",
                              R"({"blocks":[],"shape":5,"text":"x"})", R"({"blocks":null})",
-                             R"({"blocks":{},"shape":[1]})"}) {
+                             R"({"blocks":{}})", R"({"blocks":{},"shape":[1]})"}) {
         SCOPED_TRACE(text);
-        const auto list =
-            writeList(folder, {writeDrawing(folder, "empty.json", json::parse(text)), good});
+        const std::string empty = writeDrawing(folder, "empty.json", json::parse(text));
+        const auto alone = folder.write("alone.json", listDocument({empty}));
+        for (const bool mode : {parallel, oneAtATime}) {
+            const LoadOutcome outcome = load(alone, mode);
+            EXPECT_EQ(outcome.console, progressLine(1, alone));
+            EXPECT_EQ(outcome.failure, noEncodings);
+        }
+        const auto list = writeList(folder, {empty, good});
         for (const bool mode : {parallel, oneAtATime}) {
             const LoadOutcome outcome = load(list, mode);
             EXPECT_EQ(outcome.console, progressLine(2, list) + summary(2, 1, 1, 0));
@@ -294,7 +325,6 @@ TEST(LoadBlockLibrary, TakesADrawingWithoutBlocksForLoaded) {
 
 TEST(LoadBlockLibrary, GivesTheSameLibraryInBothModes) {
     const TempFolder folder;
-    const char* extensions[] = {".json", ".bson", ".cbor", ".msgpack", ".ubj", ".jdb"};
     json files;
     Keys keys;
     Floats shapeMarks;
@@ -303,8 +333,9 @@ TEST(LoadBlockLibrary, GivesTheSameLibraryInBothModes) {
         // Each drawing brings one block of its own and one that every third drawing has.
         const json document = encodings({{"own*" + number + "*1", i + 0.5},
                                          {"shared*s" + std::to_string(i % 3) + "*2", -1.0 * i}});
-        const std::string extension = extensions[i % 6];
-        const auto path = folder.write(number + extension, inFormat(document, extension));
+        const std::string extension =
+            allExtensions[static_cast<std::size_t>(i) % allExtensions.size()];
+        const auto path = folder.write(number + extension, encoded(document, extension));
         files.push_back(utf8FromPath(path));
         if (i % 10 == 7) {
             files.push_back(utf8FromPath(folder.path() / "none.json"));
@@ -351,7 +382,7 @@ TEST(LoadBlockLibrary, KeepsEveryElementAsItStandsInItsRow) {
     document["shape"][2][1] = std::numeric_limits<double>::quiet_NaN();
     document["shape"][2][2] = infinity;
     document["text"][2][383] = -infinity;
-    const std::string path = utf8FromPath(folder.write("a.cbor", inFormat(document, ".cbor")));
+    const std::string path = utf8FromPath(folder.write("a.cbor", encoded(document, ".cbor")));
     const auto list = writeList(folder, {path});
     for (const bool mode : {parallel, oneAtATime}) {
         const LoadOutcome outcome = load(list, mode);

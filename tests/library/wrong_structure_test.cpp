@@ -4,14 +4,15 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "library/load_library.h"
 #include "shared/utf8_path.h"
 #include "support/console_capture.h"
-#include "support/encodings.h"
+#include "support/documents.h"
 #include "support/failure_texts.h"
+#include "support/formats.h"
+#include "support/load_outcome.h"
 #include "support/temp_folder.h"
 
 namespace quillon {
@@ -34,37 +35,42 @@ struct WrongStructure {
 
 std::vector<WrongStructure> wrongStructures() {
     const json good = encodings({{"x*X*1", 3}, {"y*Y*1", 4}});
-    const auto with = [&](const char* pointer, const json& value) {
-        json document = good;
-        document[json::json_pointer(pointer)] = value;
-        return document;
-    };
-    const auto without = [&](const char* key) {
-        json document = good;
-        document.erase(key);
-        return document;
-    };
-    json unreported = with("/blocks", json{{"0", "x*X*1"}});
-    unreported["shape"][0] = nullptr;
+    const json object = {{"a", 1}};
     return {
         {json::array(), noObject("array"), {}},
+        {json::array({good}), noObject("array"), {}},
         {"text", noObject("string"), {}},
         {3, noObject("number"), {}},
+        {true, noObject("boolean"), {}},
         {false, noObject("boolean"), {}},
         {json::object(), noKey("shape"), {}},
-        {without("shape"), noKey("shape"), {}},
-        {without("text"), noKey("text"), {}},
-        {without("blocks"), noKey("blocks"), {}},
-        {with("/shape", nullptr), noArray("null"), {}},
-        {with("/shape", json::object()), noArray("object"), {}},
-        {with("/text", "text"), noArray("string"), {}},
-        {with("/text", 5), noArray("number"), {}},
-        {with("/blocks", "x*X*1"), noArray("string"), {}},
-        {with("/blocks", true), noArray("boolean"), {}},
-        {unreported, noArray("object"), {}},
-        {with("/blocks/0", 5), noString("number"), {}},
-        {with("/blocks/1", nullptr), noString("null"), {"x*X*1"}},
-        {with("/blocks/1", json::array({"y*Y*1"})), noString("array"), {"x*X*1"}},
+        {without(good, "shape"), noKey("shape"), {}},
+        {without(good, "text"), noKey("text"), {}},
+        {without(good, "blocks"), noKey("blocks"), {}},
+        {with(good, "/shape", nullptr), noArray("null"), {}},
+        {with(good, "/shape", true), noArray("boolean"), {}},
+        {with(good, "/shape", 5), noArray("number"), {}},
+        {with(good, "/shape", "x"), noArray("string"), {}},
+        {with(good, "/shape", object), noArray("object"), {}},
+        {with(good, "/shape", json::object()), noArray("object"), {}},
+        {with(good, "/text", nullptr), noArray("null"), {}},
+        {with(good, "/text", 5), noArray("number"), {}},
+        {with(good, "/text", "text"), noArray("string"), {}},
+        {with(good, "/text", object), noArray("object"), {}},
+        {with(good, "/blocks", true), noArray("boolean"), {}},
+        {with(good, "/blocks", 5), noArray("number"), {}},
+        {with(good, "/blocks", "x*X*1"), noArray("string"), {}},
+        {with(good, "/blocks", object), noArray("object"), {}},
+        // The name of a rejected block is looked up in the same way.
+        {with(with(good, "/blocks", "x"), "/shape/0", nullptr), noArray("string"), {}},
+        {with(with(good, "/blocks", object), "/shape/0", nullptr), noArray("object"), {}},
+        {with(good, "/blocks/0", nullptr), noString("null"), {}},
+        {with(good, "/blocks/0", true), noString("boolean"), {}},
+        {with(good, "/blocks/0", 5), noString("number"), {}},
+        {with(good, "/blocks/1", nullptr), noString("null"), {"x*X*1"}},
+        {with(good, "/blocks/1", 5), noString("number"), {"x*X*1"}},
+        {with(good, "/blocks/1", json::array({"y*Y*1"})), noString("array"), {"x*X*1"}},
+        {with(good, "/blocks/1", object), noString("object"), {"x*X*1"}},
     };
 }
 
@@ -103,6 +109,14 @@ TEST(LoadBlockLibrary, SurvivesADocumentOfWrongStructureInOneAtATimeMode) {
     }
 }
 
+struct WrongElement {
+    json value;
+    std::string type;
+};
+
+const std::vector<WrongElement> wrongElements{
+    {"5", "string"}, {nullptr, "null"}, {json::array({5}), "array"}, {json::object(), "object"}};
+
 /// A block whose `side` vector fails on its last element, behind a good one and before another.
 json drawingWithBadElement(const char* side, const json& element) {
     json document = encodings({{"x*X*1", 1}, {"y*Y*1", 2}, {"z*Z*1", 3}});
@@ -113,10 +127,7 @@ json drawingWithBadElement(const char* side, const json& element) {
 TEST(LoadBlockLibrary, EndsWithAVectorElementThatIsNoNumberInTheParallelMode) {
     const TempFolder folder;
     for (const char* side : {"shape", "text"}) {
-        for (const auto& [element, type] : {std::pair{json("5"), "string"},
-                                            {json(), "null"},
-                                            {json::array({5}), "array"},
-                                            {json::object(), "object"}}) {
+        for (const auto& [element, type] : wrongElements) {
             const auto list = writeLibrary(folder, {drawingWithBadElement(side, element)});
             const LoadOutcome outcome = load(list, parallel);
             EXPECT_EQ(outcome.failure, noNumber(type));
@@ -129,32 +140,38 @@ TEST(LoadBlockLibrary, EndsWithAVectorElementThatIsNoNumberInTheParallelMode) {
 // name the rows behind them.
 TEST(LoadBlockLibrary, KeepsTheRecordOfABlockWhoseShapeFails) {
     const TempFolder folder;
-    const std::string bad = writeDrawing(folder, "bad.json", drawingWithBadElement("shape", "5"));
     const std::string last =
         writeDrawing(folder, "b.json", encodings({{"again*Y*1", 4}, {"b*B*1", 5}}));
-    const auto list = writeList(folder, {bad, last});
-    const LoadOutcome outcome = load(list, oneAtATime);
-    EXPECT_EQ(outcome.console,
-              progressLine(2, list) + failLine(bad, noNumber("string")) + summary(2, 3, 2, 1));
-    EXPECT_EQ(blockKeys(outcome.library), (Keys{"x*X*1", "y*Y*1", "b*B*1"}));
-    EXPECT_EQ(marks(outcome.library.shapeMatrix), (Floats{1, 5}));
-    EXPECT_EQ(marks(outcome.library.textMatrix), (Floats{-1, -5}));
-    EXPECT_EQ(outcome.library.counters.failedDrawings, 1U);
+    for (const auto& [element, type] : wrongElements) {
+        const std::string bad =
+            writeDrawing(folder, "bad.json", drawingWithBadElement("shape", element));
+        const auto list = writeList(folder, {bad, last});
+        const LoadOutcome outcome = load(list, oneAtATime);
+        EXPECT_EQ(outcome.console,
+                  progressLine(2, list) + failLine(bad, noNumber(type)) + summary(2, 3, 2, 1));
+        EXPECT_EQ(blockKeys(outcome.library), (Keys{"x*X*1", "y*Y*1", "b*B*1"}));
+        EXPECT_EQ(marks(outcome.library.shapeMatrix), (Floats{1, 5}));
+        EXPECT_EQ(marks(outcome.library.textMatrix), (Floats{-1, -5}));
+        EXPECT_EQ(outcome.library.counters.failedDrawings, 1U);
+    }
 }
 
 TEST(LoadBlockLibrary, KeepsTheShapeOfABlockWhoseTextFails) {
     const TempFolder folder;
-    const std::string bad = writeDrawing(folder, "bad.json", drawingWithBadElement("text", "5"));
     const std::string last =
         writeDrawing(folder, "b.json", encodings({{"again*Y*1", 4}, {"b*B*1", 5}, {"c*C*1", 6}}));
-    const auto list = writeList(folder, {bad, last});
-    const LoadOutcome outcome = load(list, oneAtATime);
-    EXPECT_EQ(outcome.console,
-              progressLine(2, list) + failLine(bad, noNumber("string")) + summary(2, 4, 3, 1));
-    EXPECT_EQ(blockKeys(outcome.library), (Keys{"x*X*1", "y*Y*1", "b*B*1", "c*C*1"}));
-    // Out of step from the failed block on, the surplus cut at the end.
-    EXPECT_EQ(marks(outcome.library.shapeMatrix), (Floats{1, 2, 5}));
-    EXPECT_EQ(marks(outcome.library.textMatrix), (Floats{-1, -5, -6}));
+    for (const auto& [element, type] : wrongElements) {
+        const std::string bad =
+            writeDrawing(folder, "bad.json", drawingWithBadElement("text", element));
+        const auto list = writeList(folder, {bad, last});
+        const LoadOutcome outcome = load(list, oneAtATime);
+        EXPECT_EQ(outcome.console,
+                  progressLine(2, list) + failLine(bad, noNumber(type)) + summary(2, 4, 3, 1));
+        EXPECT_EQ(blockKeys(outcome.library), (Keys{"x*X*1", "y*Y*1", "b*B*1", "c*C*1"}));
+        // Out of step from the failed block on, the surplus cut at the end.
+        EXPECT_EQ(marks(outcome.library.shapeMatrix), (Floats{1, 2, 5}));
+        EXPECT_EQ(marks(outcome.library.textMatrix), (Floats{-1, -5, -6}));
+    }
 }
 
 TEST(LoadBlockLibrary, LeavesEmptyMatricesWhenTheOnlyBlockFails) {
@@ -181,7 +198,7 @@ TEST(LoadBlockLibrary, ReportsTextThatIsNotUtf8AsAnyOtherFailure) {
                                    "\x81\x62\xFF"
                                    "a"sv);
     BlockLibrary library;
-    const std::string text = "[json.exception.type_error.316] invalid UTF-8 byte at index 0: 0xFF";
+    const std::string text = notUtf8(0);
     {
         const ConsoleCapture console;
         EXPECT_EQ(thrownText<json::type_error>(
@@ -197,9 +214,7 @@ TEST(LoadBlockLibrary, ReportsTextThatIsNotUtf8AsAnyOtherFailure) {
     // A block key in a message belongs to its document.
     json drawing = encodings({{"\xFF*X*1", 1}});
     drawing["shape"][0] = nullptr;
-    const std::vector<std::uint8_t> bytes = json::to_cbor(drawing);
-    const std::string path =
-        utf8FromPath(folder.write("a.cbor", std::string(bytes.begin(), bytes.end())));
+    const std::string path = utf8FromPath(folder.write("a.cbor", encoded(drawing, ".cbor")));
     const std::string good = writeDrawing(folder, "b.json", encodings({{"b*B*1", 2}}));
     const auto drawings = writeList(folder, {path, good});
     EXPECT_EQ(load(drawings, parallel).failure, text);

@@ -9,6 +9,9 @@
 
 #include "program/program_folder.h"
 #include "shared/utf8_path.h"
+#include "support/documents.h"
+#include "support/failure_texts.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -29,7 +32,7 @@ std::string quoted(const std::string& path) {
 /// Runs in a folder with "list.json" alone, the query elsewhere.
 json hitsOf(const TempFolder& folder, const std::vector<std::string>& drawings,
             const std::string& query, std::vector<std::string> more) {
-    folder.write("list.json", listDocument(drawings));
+    writeList(folder, drawings);
     more.insert(more.end(), {"/encode", inData(query)});
     const ProgramResult result = runIn(folder, more);
     expectCleanEnd(result);
@@ -87,9 +90,9 @@ TEST(Formats, RealDrawingsGiveTheSameResultInEachOfThem) {
                                  : (std::vector<std::string>{"Door 23_2", "Door 23_6", "Door 23_4",
                                                              "wipeout_door", "wipeout_door"}));
             EXPECT_EQ(document["blocks"][0]["dwgPath"], inData("plan/texts-in-block.dxf"));
-            for (const char* format : documentFormats) {
-                SCOPED_TRACE(format);
-                EXPECT_EQ(realResult(format, mode, method), expected);
+            for (const std::string extension : allExtensions) {
+                SCOPED_TRACE(extension);
+                EXPECT_EQ(realResult(extension.substr(1), mode, method), expected);
             }
         }
     }
@@ -102,17 +105,17 @@ TEST(Formats, MayDifferBetweenQueryListAndDrawings) {
                       "json/query.json", {"/method", "text", "/min", "-9"})
             .dump();
     }();
-    for (std::size_t i = 0; i < documentFormats.size(); ++i) {
-        const std::string list = documentFormats[i];
-        const std::string query = documentFormats[(i + 1) % documentFormats.size()];
-        const std::string drawing = documentFormats[(i + 2) % documentFormats.size()];
+    for (std::size_t i = 0; i < allExtensions.size(); ++i) {
+        const std::string list = allExtensions[i];
+        const std::string query = allExtensions[(i + 1) % allExtensions.size()];
+        const std::string drawing = allExtensions[(i + 2) % allExtensions.size()];
         SCOPED_TRACE(list);
         const TempFolder folder;
-        const json paths =
-            listDocument({inData(drawing + "/loose/wipeout_door.dxf/encodings." + drawing)});
-        folder.write("mixed." + list, std::string_view(documentBytes(paths, list)));
-        const json hits = hitsOf(folder, {}, query + "/query." + query,
-                                 {"/method", "text", "/min", "-9", "/filelist", "mixed." + list});
+        const json paths = listDocument(
+            {inData(drawing.substr(1) + "/loose/wipeout_door.dxf/encodings" + drawing)});
+        folder.write("mixed" + list, encoded(paths, list));
+        const json hits = hitsOf(folder, {}, query.substr(1) + "/query" + query,
+                                 {"/method", "text", "/min", "-9", "/filelist", "mixed" + list});
         EXPECT_EQ(hits.dump(), expected);
     }
 }
@@ -120,20 +123,20 @@ TEST(Formats, MayDifferBetweenQueryListAndDrawings) {
 TEST(Formats, NumbersOfEveryKindBecomeTheSameFloats) {
     const TempFolder folder;
     std::vector<std::string> drawings;
-    for (const char* format : documentFormats) {
-        drawings.push_back(inData(std::string("numbers/plain.") + format));
+    for (const char* extension : allExtensions) {
+        drawings.push_back(inData(std::string("numbers/plain") + extension));
     }
     for (const char* name : {"shortest.cbor", "counted.ubj", "counted.jdb"}) {
         drawings.push_back(inData(std::string("numbers/") + name));
     }
     // Containers that state the common type of their elements once.
     const json numbers = json::parse(readBytes(data / "numbers/plain.json"));
-    const std::vector<std::uint8_t> ubjson = json::to_ubjson(numbers, true, true);
-    folder.write("typed.ubj",
-                 std::string_view(reinterpret_cast<const char*>(ubjson.data()), ubjson.size()));
-    const std::vector<std::uint8_t> bjdata = json::to_bjdata(numbers, true, true);
-    folder.write("typed.jdb",
-                 std::string_view(reinterpret_cast<const char*>(bjdata.data()), bjdata.size()));
+    std::string typed;
+    json::to_ubjson(numbers, typed, true, true);
+    folder.write("typed.ubj", typed);
+    typed.clear();
+    json::to_bjdata(numbers, typed, true, true);
+    folder.write("typed.jdb", typed);
     drawings.insert(drawings.end(), {"typed.ubj", "typed.jdb"});
 
     // The squared lengths of the vectors after every number was rounded to 32 bits. Of the sum of
@@ -198,8 +201,8 @@ TEST(Formats, NaNAndInfinitiesAreLoadedAndNeverFound) {
         drawings.push_back(inData(std::string("infinite/") + name));
     }
     const json document = json::from_cbor(readBytes(data / "infinite/plain.cbor"));
-    folder.write("plain.ubj", std::string_view(documentBytes(document, "ubj")));
-    folder.write("plain.jdb", std::string_view(documentBytes(document, "jdb")));
+    folder.write("plain.ubj", encoded(document, ".ubj"));
+    folder.write("plain.jdb", encoded(document, ".jdb"));
     drawings.insert(drawings.end(), {"plain.ubj", "plain.jdb"});
     const json hit = {{"code", "4"},      {"distOrScore", 0.25}, {"handle", "4"},    {"index", 3},
                       {"name", "finite"}, {"shapeWeight", 0.0},  {"textWeight", 0.0}};
@@ -231,10 +234,10 @@ TEST(Formats, AQueryOfNaNFindsNothing) {
     json query = queryDocument();
     query["shape"][0][3] = std::numeric_limits<double>::quiet_NaN();
     query["text"][0][3] = std::numeric_limits<double>::infinity();
-    folder.write("list.json", listDocument({inData("numbers/plain.cbor")}));
-    for (const char* format : {"bson", "cbor", "msgpack", "ubj", "jdb"}) {
-        const std::string name = std::string("query.") + format;
-        folder.write(name, std::string_view(documentBytes(query, format)));
+    writeList(folder, {inData("numbers/plain.cbor")});
+    for (const std::string extension : {".bson", ".cbor", ".msgpack", ".ubj", ".jdb"}) {
+        const std::string name = "query" + extension;
+        folder.write(name, encoded(query, extension));
         for (const std::string method : {"shape", "text"}) {
             const ProgramResult result =
                 runIn(folder, {"/encode", name, "/method", method, "/min", "-inf"});
@@ -249,11 +252,11 @@ TEST(Formats, AQueryOfNaNFindsNothing) {
 TEST(Formats, NullsInAVectorEndTheLoadOfTheDrawing) {
     const TempFolder folder;
     folder.write("query.json", queryDocument());
-    const std::string text = "[json.exception.type_error.302] type must be number, but is null";
+    const std::string text = noNumber("null");
     for (const LoadMode& mode : loadModes) {
         for (const char* name : {"plain.ubj", "plain.jdb"}) {
             const std::string path = inData(std::string("infinite/") + name);
-            folder.write("list.json", listDocument({path}));
+            writeList(folder, {path});
             const ProgramResult result = runIn(folder, mode.arguments("shape"));
             expectCleanEnd(result);
             ConsoleText console;

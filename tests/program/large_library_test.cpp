@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "program/program_folder.h"
+#include "support/documents.h"
+#include "support/failure_texts.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -15,7 +18,6 @@ using nlohmann::json;
 TEST(LargeLibrary, LibrariesOfThousandsOfDrawingsKeepTheListsOrder) {
     constexpr std::size_t entries = 5000;
     const TempFolder folder;
-    folder.write("query.json", queryDocument());
     std::vector<std::string> paths;
     std::string warnings[2];
     for (std::size_t i = 0; i < entries; ++i) {
@@ -31,30 +33,58 @@ TEST(LargeLibrary, LibrariesOfThousandsOfDrawingsKeepTheListsOrder) {
     }
     for (std::size_t i = 0; i < 100; ++i) {
         const std::string number = std::to_string(i);
-        const json drawing = drawingDocument(
+        const json drawing = encodings(
             {{"block*" + number + "*" + number, 1.0 + static_cast<double>(100 - i) / 128}});
-        folder.write("drawing-" + number + ".cbor",
-                     std::string_view(documentBytes(drawing, "cbor")));
+        folder.write("drawing-" + number + ".cbor", encoded(drawing, ".cbor"));
     }
-    folder.write("list.json", listDocument(paths));
+    writeQueryAndList(folder, paths);
     for (std::size_t m = 0; m < 2; ++m) {
         ConsoleText console;
         console.parallel = loadModes[m].parallel;
-        const ProgramResult result = runIn(folder, loadModes[m].arguments("shape"));
-        expectCleanEnd(result);
-        expectText(maskTimes(result.out), console.untilFiles(entries) + warnings[m] +
-                                              ConsoleText::summary(entries, 4500, 90, 4410) +
-                                              ConsoleText::success());
+        expectSuccess(runIn(folder, loadModes[m].arguments("shape")),
+                      console.untilFiles(entries) + warnings[m] +
+                          ConsoleText::summary(entries, 4500, 90, 4410) + ConsoleText::success());
         EXPECT_EQ(hitMembers(folder, "code"), (std::vector<json>{"99", "98", "97", "96", "95"}));
         EXPECT_EQ(json::parse(resultText(folder)).at("stats").at("failedDrawings"), 500);
     }
 }
 
+// Each of these drawings has nine bytes and is just within the limit: together they must not add
+// up.
+TEST(LargeLibrary, ManySmallDrawingsTakeNoGigabytes) {
+    using namespace std::string_literals;
+    const TempFolder folder;
+    writeGoodRun(folder);
+    std::vector<std::string> paths{"good.json"};
+    for (std::size_t i = 0; i < 100; ++i) {
+        paths.push_back("repeat-" + std::to_string(i) + ".ubj");
+        folder.write(paths.back(), "[$Z#l\0\x0f\xf0\0"s);
+    }
+    writeList(folder, paths);
+    ConsoleText console;
+    const ProgramResult parallel = runIn(folder, {});
+    expectCleanEnd(parallel);
+    EXPECT_EQ(parallel.status, 1);
+    EXPECT_EQ(maskTimes(parallel.out),
+              console.untilFiles(paths.size()) + report(noObject("array")));
+    EXPECT_LT(parallel.peakMiB, 512U);
+
+    console.parallel = false;
+    std::string failures;
+    for (std::size_t i = 1; i < paths.size(); ++i) {
+        failures += loadModes[1].failureLine('"' + paths[i] + '"', noObject("array"));
+    }
+    const ProgramResult oneAtATime = runIn(folder, {"/no-parallel-load"});
+    expectSuccess(oneAtATime, console.untilFiles(paths.size()) + failures +
+                                  ConsoleText::summary(paths.size(), 1, 1, 0) +
+                                  ConsoleText::success());
+    EXPECT_LT(oneAtATime.peakMiB, 512U);
+}
+
 TEST(LargeLibrary, ADrawingOfAHundredMegabytesIsRead) {
     constexpr std::size_t blocks = 14000;
     const TempFolder folder;
-    folder.write("query.json", queryDocument());
-    folder.write("list.json", listDocument({"big.json"}));
+    writeQueryAndList(folder, {"big.json"});
     // Eight characters an element, as real encodings have.
     const auto vectorText = [](std::size_t width, const std::string& first) {
         std::string text = "[" + first;
@@ -79,15 +109,13 @@ TEST(LargeLibrary, ADrawingOfAHundredMegabytesIsRead) {
     const std::string document =
         R"({"blocks":[)" + keys + R"(],"shape":[)" + shapes + R"(],"text":[)" + texts + "]}";
     EXPECT_GE(document.size(), 100'000'000U);
-    folder.write("big.json", std::string_view(document));
+    folder.write("big.json", document);
     for (const LoadMode& mode : loadModes) {
         ConsoleText console;
         console.parallel = mode.parallel;
-        const ProgramResult result = runIn(folder, mode.arguments("shape"));
-        expectCleanEnd(result);
-        EXPECT_EQ(maskTimes(result.out), console.untilFiles(1) +
-                                             ConsoleText::summary(1, blocks, blocks, 0) +
-                                             ConsoleText::success());
+        expectSuccess(runIn(folder, mode.arguments("shape")),
+                      console.untilFiles(1) + ConsoleText::summary(1, blocks, blocks, 0) +
+                          ConsoleText::success());
         EXPECT_EQ(hitMembers(folder, "index"), (std::vector<json>{blocks - 1}));
     }
 }

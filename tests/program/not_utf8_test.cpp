@@ -6,26 +6,26 @@
 #include <vector>
 
 #include "program/program_folder.h"
+#include "support/documents.h"
+#include "support/failure_texts.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
 
-using namespace std::string_literals;
 using nlohmann::json;
 
 /// Two bytes that are no UTF-8, but pass through the readers of CBOR and MessagePack.
 const std::string badText = "a\xff";
-const std::string badTextFailure =
-    "[json.exception.type_error.316] invalid UTF-8 byte at index 1: 0xFF";
+const std::string badTextFailure = notUtf8(1);
 
 TEST(NotUtf8, HitsWithTextThatIsNotUtf8EndTheWriting) {
     const TempFolder folder;
-    for (const std::string format : {"cbor", "msgpack"}) {
+    for (const std::string extension : {".cbor", ".msgpack"}) {
         writeGoodRun(folder);
-        const std::string name = "drawing." + format;
-        folder.write(name, std::string_view(documentBytes(
-                               drawingDocument({{badText + "*C*1", 1.875}}), format)));
-        folder.write("list.json", listDocument({name, "good.json"}));
+        const std::string name = "drawing" + extension;
+        folder.write(name, encoded(encodings({{badText + "*C*1", 1.875}}), extension));
+        writeList(folder, {name, "good.json"});
         for (const LoadMode& mode : loadModes) {
             ConsoleText console;
             console.parallel = mode.parallel;
@@ -53,10 +53,10 @@ TEST(NotUtf8, HitsWithTextThatIsNotUtf8EndTheWriting) {
 TEST(NotUtf8, RejectedBlocksWithTextThatIsNotUtf8EndTheDrawing) {
     const TempFolder folder;
     writeGoodRun(folder);
-    json drawing = drawingDocument({{"first*F*1", 1.5}, {badText + "*C*1", 1.5}});
+    json drawing = encodings({{"first*F*1", 1.5}, {badText + "*C*1", 1.5}});
     drawing["shape"][1] = nullptr;
-    folder.write("drawing.cbor", std::string_view(documentBytes(drawing, "cbor")));
-    folder.write("list.json", listDocument({"drawing.cbor", "good.json"}));
+    folder.write("drawing.cbor", encoded(drawing, ".cbor"));
+    writeList(folder, {"drawing.cbor", "good.json"});
     const std::string rejected = "Invalid shape vector for \"";
 
     expectFailure(folder, {"/method", "shape"},
@@ -64,12 +64,10 @@ TEST(NotUtf8, RejectedBlocksWithTextThatIsNotUtf8EndTheDrawing) {
 
     ConsoleText console;
     console.parallel = false;
-    const ProgramResult result = runIn(folder, {"/method", "shape", "/no-parallel-load"});
-    expectCleanEnd(result);
-    EXPECT_EQ(maskTimes(result.out),
-              console.untilFiles(2) + rejected +
-                  loadModes[1].failureLine("\"drawing.cbor\"", badTextFailure) +
-                  ConsoleText::summary(2, 2, 2, 0) + ConsoleText::success());
+    expectSuccess(runIn(folder, {"/method", "shape", "/no-parallel-load"}),
+                  console.untilFiles(2) + rejected +
+                      loadModes[1].failureLine("\"drawing.cbor\"", badTextFailure) +
+                      ConsoleText::summary(2, 2, 2, 0) + ConsoleText::success());
     EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"first", "good"}));
 }
 
@@ -77,10 +75,9 @@ TEST(NotUtf8, RejectedBlocksWithTextThatIsNotUtf8EndTheDrawing) {
 TEST(NotUtf8, ListEntriesWithTextThatIsNotUtf8) {
     const TempFolder folder;
     writeGoodRun(folder);
-    for (const std::string format : {"cbor", "msgpack"}) {
-        const std::string list = "list." + format;
-        folder.write(list, std::string_view(documentBytes(
-                               listDocument({badText + ".json", "good.json"}), format)));
+    for (const std::string extension : {".cbor", ".msgpack"}) {
+        const std::string list = "list" + extension;
+        folder.write(list, encoded(listDocument({badText + ".json", "good.json"}), extension));
         ConsoleText console;
         console.list = '"' + list + '"';
         console.parallel = false;
@@ -88,11 +85,9 @@ TEST(NotUtf8, ListEntriesWithTextThatIsNotUtf8) {
                       console.untilFiles(2) + "Fail to load \"" + report(badTextFailure));
 
         console.parallel = true;
-        const ProgramResult result = runIn(folder, {"/method", "shape", "/filelist", list});
-        expectCleanEnd(result);
-        EXPECT_EQ(maskTimes(result.out),
-                  console.untilFiles(2) + "Warning: fail to open input file: " + badText +
-                      ".json\n" + ConsoleText::summary(2, 1, 1, 0) + ConsoleText::success());
+        expectSuccess(runIn(folder, {"/method", "shape", "/filelist", list}),
+                      console.untilFiles(2) + "Warning: fail to open input file: " + badText +
+                          ".json\n" + ConsoleText::summary(2, 1, 1, 0) + ConsoleText::success());
         folder.write("result.json", std::string_view("earlier"));
     }
 }
@@ -100,18 +95,12 @@ TEST(NotUtf8, ListEntriesWithTextThatIsNotUtf8) {
 TEST(NotUtf8, QueryTextsThatAreNotUtf8AreMeaningless) {
     const TempFolder folder;
     writeGoodRun(folder);
-    for (const std::string& text : {"Door\xff"s, "\xe6\xa4"s + "Door"s, "Door \xc3"s,
-                                    "\xed\xa0\x80\xed\xb0\x80"s, "\xc0\xafyes"s, "\0Door"s}) {
-        json query = queryDocument();
-        query["queryText"][0] = text;
-        folder.write("query.cbor", std::string_view(documentBytes(query, "cbor")));
-        ConsoleText console;
-        console.query = "\"query.cbor\"";
-        const ProgramResult result = runIn(folder, {"/method", "text", "/encode", "query.cbor"});
-        expectCleanEnd(result);
-        EXPECT_EQ(maskTimes(result.out), console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) +
-                                             ConsoleText::success());
-    }
+    folder.write("query.cbor", encoded(with(queryDocument(), "/queryText/0", "Door\xff"), ".cbor"));
+    ConsoleText console;
+    console.query = "\"query.cbor\"";
+    expectSuccess(
+        runIn(folder, {"/method", "text", "/encode", "query.cbor"}),
+        console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) + ConsoleText::success());
 }
 
 }  // namespace

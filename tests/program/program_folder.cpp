@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <stdexcept>
+#include <filesystem>
+#include <string_view>
+
+#include "support/documents.h"
+#include "support/load_outcome.h"
 
 namespace quillon::test {
 namespace {
@@ -28,72 +32,6 @@ std::string boolText(bool value) {
 
 }  // namespace
 
-std::string documentBytes(const json& document, std::string_view format) {
-    std::vector<std::uint8_t> bytes;
-    if (format == "json") {
-        return document.dump();
-    }
-    if (format == "bson") {
-        bytes = json::to_bson(document);
-    } else if (format == "cbor") {
-        bytes = json::to_cbor(document);
-    } else if (format == "msgpack") {
-        bytes = json::to_msgpack(document);
-    } else if (format == "ubj") {
-        bytes = json::to_ubjson(document);
-    } else if (format == "jdb") {
-        bytes = json::to_bjdata(document);
-    } else {
-        throw std::invalid_argument("no such format: " + std::string(format));
-    }
-    return {bytes.begin(), bytes.end()};
-}
-
-json parseDocument(std::string_view bytes, std::string_view format) {
-    if (format == "json") {
-        return json::parse(bytes);
-    }
-    if (format == "bson") {
-        return json::from_bson(bytes);
-    }
-    if (format == "cbor") {
-        return json::from_cbor(bytes);
-    }
-    if (format == "msgpack") {
-        return json::from_msgpack(bytes);
-    }
-    if (format == "ubj") {
-        return json::from_ubjson(bytes);
-    }
-    return json::from_bjdata(bytes);
-}
-
-json vectorOf(std::size_t width, double first) {
-    json vector(std::vector<double>(width, 0.0));
-    vector.front() = first;
-    return vector;
-}
-
-json queryDocument() {
-    return {{"shape", json::array({vectorOf(512, 1)})},
-            {"text", json::array({vectorOf(384, 1)})},
-            {"queryText", {"Door 23_3"}}};
-}
-
-json drawingDocument(const std::vector<NamedBlock>& blocks) {
-    json document = {{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
-    for (const NamedBlock& block : blocks) {
-        document["blocks"].push_back(block.key);
-        document["shape"].push_back(vectorOf(512, block.first));
-        document["text"].push_back(vectorOf(384, block.first));
-    }
-    return document;
-}
-
-json listDocument(const std::vector<std::string>& paths) {
-    return {{"files", paths}};
-}
-
 ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more,
                     const std::vector<std::string>& launcher) {
     std::vector<std::string> arguments{"/filelist", "list.json",   "/encode", "query.json",
@@ -103,9 +41,8 @@ ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& mo
 }
 
 void writeGoodRun(const TempFolder& folder, const std::vector<std::string>& drawings) {
-    folder.write("query.json", queryDocument());
-    folder.write("list.json", listDocument(drawings));
-    folder.write("good.json", drawingDocument({{"good*G*1", 1.75}}));
+    writeQueryAndList(folder, drawings);
+    folder.write("good.json", encodings({{"good*G*1", 1.75}}));
     folder.write("result.json", std::string_view("earlier"));
 }
 
@@ -150,9 +87,15 @@ void expectText(const std::string& actual, const std::string& expected) {
                   << expected.substr(from, 800);
 }
 
+void expectSuccess(const ProgramResult& result, const std::string& console) {
+    expectCleanEnd(result);
+    EXPECT_EQ(result.status, 0);
+    expectText(maskTimes(result.out), console);
+}
+
 void expectFailure(const TempFolder& folder, const std::vector<std::string>& arguments,
-                   const std::string& console) {
-    const ProgramResult result = runIn(folder, arguments);
+                   const std::string& console, const std::vector<std::string>& launcher) {
+    const ProgramResult result = runIn(folder, arguments, launcher);
     expectCleanEnd(result);
     EXPECT_EQ(result.status, 1);
     expectText(maskTimes(result.out), console);
@@ -190,10 +133,7 @@ std::string ConsoleText::untilFiles(std::size_t files) const {
 
 std::string ConsoleText::summary(std::size_t drawings, std::size_t total, std::size_t unique,
                                  std::size_t duplicated) {
-    return "   total drawings: " + std::to_string(drawings) +
-           "\n     total blocks: " + std::to_string(total) +
-           "\n    unique blocks: " + std::to_string(unique) +
-           "\nduplicated blocks: " + std::to_string(duplicated) + "\nCreate index time: T ms\n";
+    return test::summary(drawings, total, unique, duplicated) + "Create index time: T ms\n";
 }
 
 std::string ConsoleText::success() {

@@ -4,42 +4,14 @@
 
 #include <array>
 #include <cstddef>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "support/run_program.h"
 #include "support/temp_folder.h"
 
 namespace quillon::test {
-
-/// Extensions of the six document formats, without the dot.
-inline constexpr std::array<const char*, 6> documentFormats{"json",    "bson", "cbor",
-                                                            "msgpack", "ubj",  "jdb"};
-
-/// The document in the format of an extension, written by the JSON library.
-std::string documentBytes(const nlohmann::json& document, std::string_view format);
-
-/// Reads the same; throws the JSON library's exceptions.
-nlohmann::json parseDocument(std::string_view bytes, std::string_view format);
-
-/// `first` and zeros behind it.
-nlohmann::json vectorOf(std::size_t width, double first);
-
-/// Both vectors begin with 1; the text is "Door 23_3".
-nlohmann::json queryDocument();
-
-struct NamedBlock {
-    std::string key;
-    double first;  // both vectors begin with it
-};
-
-nlohmann::json drawingDocument(const std::vector<NamedBlock>& blocks);
-
-/// {"files": [paths...]}
-nlohmann::json listDocument(const std::vector<std::string>& paths);
 
 /// Searches by shape for "query.json" in "list.json" into "result.json". Options in `more` stand
 /// behind these and win over them. `launcher` as for `runProgram`.
@@ -59,10 +31,13 @@ void expectCleanEnd(const ProgramResult& result);
 /// difference alone.
 void expectText(const std::string& actual, const std::string& expected);
 
-/// Runs as `runIn` does: a clean end with status 1, the whole `console`
-/// text and what `writeGoodRun` has written as result.
+/// A clean end with status 0 and the whole `console` text.
+void expectSuccess(const ProgramResult& result, const std::string& console);
+
+/// Runs as `runIn` does: a clean end with status 1, the whole `console` text and what
+/// `writeGoodRun` has written as result.
 void expectFailure(const TempFolder& folder, const std::vector<std::string>& arguments,
-                   const std::string& console);
+                   const std::string& console, const std::vector<std::string>& launcher = {});
 
 /// How the library is loaded, for tests that run in both modes.
 struct LoadMode {

@@ -1,7 +1,6 @@
 // Runs under limits of the system: too few descriptors, too little memory, no threads. They end
-// with the right result or, where memory does not suffice, with one report. Sanitizers need
-// descriptors, threads and terabytes of address space of their own.
-#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// with the right result or, where memory does not suffice, with one report.
+#ifdef __linux__
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -11,7 +10,8 @@
 #include <vector>
 
 #include "program/program_folder.h"
-#include "support/odd_documents.h"
+#include "support/documents.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -21,7 +21,7 @@ using Words = std::vector<std::string>;
 
 /// Different vectors of length 1 about a few centres.
 json crowdedDrawing(std::size_t blocks, std::mt19937& random) {
-    json document = {{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
+    json document = encodings({});
     for (std::size_t i = 0; i < blocks; ++i) {
         const std::string number = std::to_string(random());
         document["blocks"].push_back("block*" + number + "*" + number);
@@ -36,21 +36,20 @@ json crowdedDrawing(std::size_t blocks, std::mt19937& random) {
 }
 
 /// "query.json" and a list of `drawings` of 50 blocks, in all formats by turns; every twelfth is a
-/// text that only the exact road takes.
-void writeLibrary(const TempFolder& folder, std::size_t drawings) {
+/// text that only the tree road takes.
+void writeQueryAndLibrary(const TempFolder& folder, std::size_t drawings) {
     std::mt19937 random(1);
-    folder.write("query.json", queryDocument());
     Words files;
     for (std::size_t i = 0; i < drawings; ++i) {
         json document = crowdedDrawing(50, random);
         if (i % 12 == 0) {
             document["blocks"].push_back("with*no vectors");
         }
-        const std::string_view extension = allExtensions[i % std::size(allExtensions)];
+        const std::string_view extension = allExtensions[i % allExtensions.size()];
         files.push_back(std::to_string(i) + std::string(extension));
         folder.write(files.back(), encoded(document, extension));
     }
-    folder.write("list.json", listDocument(files));
+    writeQueryAndList(folder, files);
 }
 
 struct Outcome {
@@ -74,7 +73,7 @@ void expectSame(const Outcome& actual, const Outcome& expected) {
 
 TEST(RefusedResources, OneDescriptorIsEnough) {
     const TempFolder folder;
-    writeLibrary(folder, 60);
+    writeQueryAndLibrary(folder, 60);
     const Outcome right = runUnder(folder, "shape", {});
     ASSERT_EQ(right.status, 0);
     for (const std::string descriptors : {"4", "5", "6"}) {
@@ -85,7 +84,7 @@ TEST(RefusedResources, OneDescriptorIsEnough) {
 
 TEST(RefusedResources, OneThreadIsEnough) {
     const TempFolder folder;
-    writeLibrary(folder, 60);
+    writeQueryAndLibrary(folder, 60);
     Words launcher{"prlimit", "--nproc=1"};
     if (geteuid() == 0) {
         // The limit does not hold for root. Another user has to reach the files still.
@@ -103,7 +102,7 @@ TEST(RefusedResources, OneThreadIsEnough) {
 
 TEST(RefusedResources, LittleMemoryIsReportedOrEnough) {
     const TempFolder folder;
-    writeLibrary(folder, 60);
+    writeQueryAndLibrary(folder, 60);
     for (const std::string method : {"shape", "adaptive"}) {
         const Outcome right = runUnder(folder, method, {});
         ASSERT_EQ(right.status, 0);

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "program/program_folder.h"
+#include "support/documents.h"
+#include "support/formats.h"
 
 namespace quillon::test {
 namespace {
@@ -34,21 +36,20 @@ json expectedResult() {
 
 TEST(ResultFormats, ResultsAreWrittenInEachOfThemWhateverPrettySays) {
     const TempFolder folder;
-    folder.write("query.json", queryDocument());
-    folder.write("list.json", listDocument({"drawing/a.json", "missing.json"}));
+    writeQueryAndList(folder, {"drawing/a.json", "missing.json"});
     folder.write("drawing/a.json",
-                 drawingDocument({{"middle*m*1", 1.5}, {"near*n*2", 1.25}, {"far*f*3", 2}}));
-    for (const std::string format : documentFormats) {
-        SCOPED_TRACE(format);
-        const std::string output = "result." + format;
+                 encodings({{"middle*m*1", 1.5}, {"near*n*2", 1.25}, {"far*f*3", 2}}));
+    for (const std::string extension : allExtensions) {
+        SCOPED_TRACE(extension);
+        const std::string output = "result" + extension;
         std::vector<std::string> arguments{"/method", "shape", "/output", output};
         expectCleanEnd(runIn(folder, arguments));
         const std::string bytes = readBytes(folder.path() / output);
-        EXPECT_EQ(bytes, documentBytes(expectedResult(), format));
+        EXPECT_EQ(bytes, encoded(expectedResult(), extension));
 
         arguments.emplace_back("/pretty");
         expectCleanEnd(runIn(folder, arguments));
-        if (format == "json") {
+        if (extension == ".json") {
             EXPECT_EQ(readText(folder.path() / output), expectedResult().dump(4));
         } else {
             EXPECT_EQ(readBytes(folder.path() / output), bytes);
@@ -60,9 +61,8 @@ TEST(ResultFormats, ResultsAreWrittenInEachOfThemWhateverPrettySays) {
 TEST(ResultFormats, ResultsStoreCountersAsIntegersAndNumbersAsFloats) {
     using namespace std::string_literals;
     const TempFolder folder;
-    folder.write("query.json", queryDocument());
-    folder.write("list.json", listDocument({"a.json"}));
-    folder.write("a.json", drawingDocument({{"n*c*h", 1.5}}));
+    writeQueryAndList(folder, {"a.json"});
+    folder.write("a.json", encodings({{"n*c*h", 1.5}}));
     struct Case {
         const char* format;
         std::string distance;

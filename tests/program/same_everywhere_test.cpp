@@ -3,7 +3,6 @@
 // search/neighbours/distance_bounds.h.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -11,7 +10,8 @@
 #include <vector>
 
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
+#include "support/formats.h"
 #include "support/random_library.h"
 #include "support/run_program.h"
 #include "support/temp_folder.h"
@@ -85,9 +85,7 @@ nlohmann::json rowOf(const FeatureMatrix& matrix, std::size_t row) {
 
 /// The library as an encodings document, no two blocks with one code.
 nlohmann::json drawing(const RandomLibrary& library, std::size_t& codes) {
-    nlohmann::json document{{"blocks", nlohmann::json::array()},
-                            {"shape", nlohmann::json::array()},
-                            {"text", nlohmann::json::array()}};
+    nlohmann::json document = encodings({});
     for (std::size_t row = 0; row < library.shapeMatrix.shape(0); ++row) {
         const std::string number = std::to_string(++codes);
         document["blocks"].push_back("block" + number + "*code" + number + "*A" + number);
@@ -107,14 +105,14 @@ TEST(SameEverywhere, LibraryFullOfCopies) {
         makeRandomLibrary(LibraryKind::oneCommon, LibraryKind::clustered, 1000, 2);
     const RandomLibrary clustered =
         makeRandomLibrary(LibraryKind::clustered, LibraryKind::nearTwins, 1000, 3);
-    nlohmann::json files = nlohmann::json::array();
+    std::vector<std::string> files;
     std::size_t codes = 0;
     for (const RandomLibrary* library : {&near, &common, &clustered}) {
         const std::string name = std::to_string(codes) + ".cbor";
-        folder.write(name, inFormat(drawing(*library, codes), ".cbor"));
+        folder.write(name, encoded(drawing(*library, codes), ".cbor"));
         files.push_back(name);
     }
-    folder.write("filelist.json", nlohmann::json({{"files", files}}));
+    folder.write("filelist.json", listDocument(files));
     folder.write("query.json",
                  nlohmann::json({{"shape", nlohmann::json::array({rowOf(near.queryShape, 0)})},
                                  {"text", nlohmann::json::array({rowOf(near.queryText, 0)})},

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <utility>
 
 #include "refused_memory/refusing_allocator.h"
 

@@ -13,12 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "library/regular_drawing.h"
+#include "library/tidy_drawing.h"
 #include "refused_memory/refusing_allocator.h"
 #include "run/run.h"
 #include "search/single_side.h"
 #include "shared/utf8_path.h"
-#include "support/encodings.h"
+#include "support/documents.h"
+#include "support/formats.h"
 #include "support/odd_documents.h"
 #include "support/run_program.h"
 #include "support/temp_folder.h"
@@ -60,30 +61,27 @@ std::string textOf(const std::exception_ptr& failure) {
     }
 }
 
-/// A query, and a list of drawings of all formats, regular and not.
-void writeLibrary(const TempFolder& folder) {
-    json query = encodings({{"", 1.0}});
-    query["queryText"] = {"Door 23_3"};
-    folder.write("query.json", query);
+/// A query, and a list of drawings of all formats, tidy and not.
+void writeQueryAndLibrary(const TempFolder& folder) {
     std::vector<std::string> files;
-    const auto add = [&](std::string_view extension, bool isRegular) {
+    const auto add = [&](const std::string& extension, bool isTidy) {
         const std::string number = std::to_string(files.size());
         const double mark = 1.0 + static_cast<double>(files.size()) / 64;
         json document = encodings({{"n*a" + number + "*1", mark}, {"n*b" + number + "*0", -mark}});
-        if (!isRegular) {
+        if (!isTidy) {
             document["text"][0].push_back(1);
         }
-        files.push_back(utf8FromPath(
-            folder.write(number + std::string(extension), encoded(document, extension))));
+        files.push_back(
+            utf8FromPath(folder.write(number + extension, encoded(document, extension))));
     };
-    for (const std::string_view extension : allExtensions) {
+    for (const char* extension : allExtensions) {
         add(extension, true);
         add(extension, false);
     }
     files.push_back(utf8FromPath(folder.write("cut.cbor", std::string("\xA2\x61", 2))));
     files.push_back(utf8FromPath(folder.write("cut.json", std::string(R"({"shape": [[1, 2)"))));
     files.emplace_back("missing.json");
-    folder.write("list.json", json{{"files", files}});
+    writeQueryAndList(folder, files);
 }
 
 std::vector<std::string> argumentsFor(const TempFolder& folder, const std::string& method,
@@ -124,7 +122,7 @@ Outcome runRefused(const TempFolder& folder, const std::vector<std::string>& arg
 /// right result still.
 std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::size_t count) {
     const TempFolder folder;
-    writeLibrary(folder);
+    writeQueryAndLibrary(folder);
     const std::vector<std::string> arguments = argumentsFor(folder, method, parallelLoad);
     bool hasRefused = false;
     const Outcome right = runRefused(folder, arguments, 0, 0, hasRefused);
@@ -150,24 +148,25 @@ std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::s
     return madeUpFor;
 }
 
-TEST(ReadRegularJson, MayBeRefusedMemoryAndReadAgain) {
+TEST(TidyJsonBlocks, MayBeRefusedMemoryAndReadAgain) {
     std::mt19937 random(1);
-    std::string bytes = regularDocument(random).dump();
+    std::string bytes = tidyDocument(random).dump();
     const std::size_t size = bytes.size();
     bytes.resize(size + simdjson::SIMDJSON_PADDING);
+    const std::string_view text(bytes.data(), size);
     std::size_t first = 0;
     for (bool hasRefused = true; hasRefused; ++first) {
         simdjson::dom::parser parser;
-        bool isRead = false;
+        bool isTaken = false;
         refuseMemory(first, 1);
         try {
-            isRead = readRegularJson(parser, bytes.data(), size).has_value();
+            isTaken = tidyJsonBlocks(text, parser).has_value();
         } catch (const std::bad_alloc&) {
-            isRead = false;
+            isTaken = false;
         }
         hasRefused = grantMemory();
-        EXPECT_NE(isRead, hasRefused) << "request " << first;
-        EXPECT_TRUE(readRegularJson(parser, bytes.data(), size)) << "request " << first;
+        EXPECT_NE(isTaken, hasRefused) << "request " << first;
+        EXPECT_TRUE(tidyJsonBlocks(text, parser)) << "request " << first;
     }
     EXPECT_GT(first, 10U);
 }

@@ -71,10 +71,10 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 
-// The linker sends the calls of `realloc` here.
-// NOLINTBEGIN(bugprone-reserved-identifier): both names are the linker's, for what it wraps
-extern "C" void* __real_realloc(void* memory, std::size_t size);
-extern "C" void* __wrap_realloc(void* memory, std::size_t size) {
-    return quillon::test::isRefused() ? nullptr : __real_realloc(memory, size);
+// The linker sends the calls of `realloc` here. These are its names for what it wraps.
+extern "C" void* realRealloc(void* memory, std::size_t size) __asm__("__real_realloc");
+extern "C" void* refusingRealloc(void* memory, std::size_t size) __asm__("__wrap_realloc");
+
+extern "C" void* refusingRealloc(void* memory, std::size_t size) {
+    return quillon::test::isRefused() ? nullptr : realRealloc(memory, size);
 }
-// NOLINTEND(bugprone-reserved-identifier): what follows has names of ours again

@@ -90,9 +90,13 @@ TEST(ParseArguments, NamesTheFirstMissingPath) {
     } cases[] = {
         {{}, noList},
         {{"quillon"}, noList},
+        {{"quillon", ""}, noList},
         {{"/filelist", "list.json"}, noList},  // element 0 is the program's own name
         {{"quillon", "/encode", "q.json", "/output", "o.json"}, noList},
         {{"quillon", "/filelist", "", "/encode", "q.json", "/output", "o.json"}, noList},
+        {{"quillon", "/FILELIST", "l.json", "/encode", "q.json", "/output", "o.json"}, noList},
+        {{"quillon", "filelist", "l.json", "/encode", "q.json", "/output", "o.json"}, noList},
+        {{"quillon", "/filelist=l.json", "/encode", "q.json", "/output", "o.json"}, noList},
         {{"quillon", "/filelist"}, noList},
         {{"quillon", "/encode", "q.json", "/output", "o.json", "/filelist"}, noList},
         {{"quillon", "/filelist", "l.json"}, noQuery},
@@ -100,7 +104,12 @@ TEST(ParseArguments, NamesTheFirstMissingPath) {
         {{"quillon", "/output", "o.json", "/filelist", "l.json", "/encode"}, noQuery},
         {{"quillon", "/filelist", "l.json", "/encode", "q.json"}, noOutput},
         {{"quillon", "/filelist", "l.json", "/encode", "q.json", "/output"}, noOutput},
+        // A later empty value takes an earlier one back.
+        {complete({"/filelist", ""}), noList},
+        {complete({"/encode", ""}), noQuery},
         {complete({"/output", ""}), noOutput},
+        // The value of an option is never taken for an option.
+        {{"quillon", "/encode", "/filelist", "l.json", "/output", "o.json"}, noList},
     };
     for (const auto& [arguments, text] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -230,14 +239,14 @@ TEST(ParseArguments, ReadsMinAsAFloat) {
 }
 
 TEST(ParseArguments, RejectsMinWithoutANumber) {
-    for (const char* text : {"x0.5", "", " ", ".", "-", "e5"}) {
+    for (const char* text : {"x0.5", "x", "", " ", ".", "-", "e5"}) {
         EXPECT_EQ(rejected<std::invalid_argument>({"/min", text}), "invalid stof argument") << text;
     }
     EXPECT_EQ(rejected<std::invalid_argument>({"/min"}), "invalid stof argument");
 }
 
 TEST(ParseArguments, RejectsMinBeyondTheFloatRange) {
-    for (const char* text : {"1e50", "-1e39", "1e-50", "-1e-50"}) {
+    for (const char* text : {"1e50", "1e39", "-1e39", "1e-50", "-1e-50"}) {
         EXPECT_EQ(rejected<std::out_of_range>({"/min", text}), "stof argument out of range")
             << text;
     }
@@ -258,7 +267,8 @@ TEST(ParseArguments, ReadsTheMethod) {
 }
 
 TEST(ParseArguments, RejectsAnUnknownMethod) {
-    for (const std::string text : {"Adaptive", "", "shap", "shapes", " text", "1", "/pretty"}) {
+    for (const std::string text :
+         {"Adaptive", "", "shap", "shapes", "shape ", " text", "1", "2", "/pretty"}) {
         EXPECT_EQ(rejected<std::invalid_argument>({"/method", text}),
                   text + " is not a valid query type");
     }
@@ -275,6 +285,11 @@ TEST(ParseArguments, StopsAtABadValue) {
     EXPECT_FALSE(options.dedupe);
     EXPECT_FALSE(options.pretty);
     EXPECT_EQ(console.text(), "");
+    EXPECT_EQ(rejected<std::invalid_argument>({"/topk", "x", "/min", "x"}),
+              "invalid stoi argument");
+    // Ahead of an empty required path.
+    EXPECT_EQ(rejected<std::invalid_argument>({"/output", "", "/min", "x"}),
+              "invalid stof argument");
 }
 
 }  // namespace

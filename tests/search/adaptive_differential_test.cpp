@@ -50,10 +50,10 @@ std::size_t expectSameHits(const RandomLibrary& library, std::uint32_t k, float 
     return expected.size();
 }
 
-std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows, std::uint32_t k,
-                    std::uint32_t seed) {
+std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t rowCount,
+                    std::uint32_t k, std::uint32_t seed) {
     return "shape " + nameOf(shapeKind) + ", text " + nameOf(textKind) + ", rows " +
-           std::to_string(rows) + ", k " + std::to_string(k) + ", seed " + std::to_string(seed);
+           std::to_string(rowCount) + ", k " + std::to_string(k) + ", seed " + std::to_string(seed);
 }
 
 constexpr float noThreshold = -std::numeric_limits<float>::infinity();
@@ -69,12 +69,13 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnSmallLibraries) {
     std::uint32_t seed = 0;
     for (const LibraryKind shapeKind : allLibraryKinds) {
         for (const LibraryKind textKind : allLibraryKinds) {
-            for (std::uint32_t rows = 0; rows < 49; ++rows) {
+            for (std::uint32_t rowCount = 0; rowCount < 49; ++rowCount) {
                 ++seed;
-                const RandomLibrary library = makeRandomLibrary(shapeKind, textKind, rows, seed);
-                const std::uint32_t k = seed % 5 == 0 ? rows : seed % (rows + 1);
+                const RandomLibrary library =
+                    makeRandomLibrary(shapeKind, textKind, rowCount, seed);
+                const std::uint32_t k = seed % 5 == 0 ? rowCount : seed % (rowCount + 1);
                 hits += expectSameHits(library, k, thresholdFor(seed),
-                                       labelOf(shapeKind, textKind, rows, k, seed));
+                                       labelOf(shapeKind, textKind, rowCount, k, seed));
             }
         }
     }
@@ -84,11 +85,11 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnSmallLibraries) {
 TEST(SearchAdaptive, EqualsTheDenseFormForEveryNumberOfHits) {
     std::size_t hits = 0;
     for (const LibraryKind kind : allLibraryKinds) {
-        const std::uint32_t rows = 40;
-        const RandomLibrary library = makeRandomLibrary(kind, LibraryKind::clustered, rows, 7);
-        for (std::uint32_t k = 0; k <= rows; ++k) {
+        const std::uint32_t rowCount = 40;
+        const RandomLibrary library = makeRandomLibrary(kind, LibraryKind::clustered, rowCount, 7);
+        for (std::uint32_t k = 0; k <= rowCount; ++k) {
             hits += expectSameHits(library, k, noThreshold,
-                                   labelOf(kind, LibraryKind::clustered, rows, k, 7));
+                                   labelOf(kind, LibraryKind::clustered, rowCount, k, 7));
         }
     }
     EXPECT_GT(hits, 1000U);
@@ -100,15 +101,17 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMiddlingLibraries) {
     for (const LibraryKind shapeKind : allLibraryKinds) {
         for (const LibraryKind textKind : allLibraryKinds) {
             // Around the longest curve, and where neighbourhoods begin to be split.
-            for (const std::uint32_t rows : {98U, 99U, 100U, 101U, 102U, 254U, 255U, 256U, 400U}) {
+            for (const std::uint32_t rowCount :
+                 {98U, 99U, 100U, 101U, 102U, 254U, 255U, 256U, 400U}) {
                 ++seed;
-                if (seed % 3 != 0 && rows > 100 && rows < 400) {
+                if (seed % 3 != 0 && rowCount > 100 && rowCount < 400) {
                     continue;
                 }
-                const RandomLibrary library = makeRandomLibrary(shapeKind, textKind, rows, seed);
-                const std::uint32_t k = seed % 7 == 0 ? rows : seed % 11;
+                const RandomLibrary library =
+                    makeRandomLibrary(shapeKind, textKind, rowCount, seed);
+                const std::uint32_t k = seed % 7 == 0 ? rowCount : seed % 11;
                 hits += expectSameHits(library, k, thresholdFor(seed),
-                                       labelOf(shapeKind, textKind, rows, k, seed));
+                                       labelOf(shapeKind, textKind, rowCount, k, seed));
             }
         }
     }
@@ -118,15 +121,15 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMiddlingLibraries) {
 TEST(SearchAdaptive, EqualsTheDenseFormOnLargeLibraries) {
     std::size_t hits = 0;
     std::uint32_t seed = 20'000;
-    for (const std::uint32_t rows : {998U, 999U, 1000U, 1700U}) {
+    for (const std::uint32_t rowCount : {998U, 999U, 1000U, 1700U}) {
         for (const LibraryKind kind :
              {LibraryKind::uniform, LibraryKind::clustered, LibraryKind::lattice,
               LibraryKind::nearTwins, LibraryKind::oneCommon, LibraryKind::lengths}) {
             ++seed;
-            const RandomLibrary library = makeRandomLibrary(kind, kind, rows, seed);
+            const RandomLibrary library = makeRandomLibrary(kind, kind, rowCount, seed);
             const std::uint32_t k = seed % 5 == 0 ? 100 : 5;
-            hits +=
-                expectSameHits(library, k, thresholdFor(seed), labelOf(kind, kind, rows, k, seed));
+            hits += expectSameHits(library, k, thresholdFor(seed),
+                                   labelOf(kind, kind, rowCount, k, seed));
         }
     }
     EXPECT_GT(hits, 100U);
@@ -137,12 +140,12 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnLargeLibraries) {
 TEST(SearchAdaptive, EqualsTheDenseFormAmongManyCopies) {
     std::size_t hits = 0;
     for (std::uint32_t seed = 30'000; seed < 30'008; ++seed) {
-        const std::uint32_t rows = 1200;
+        const std::uint32_t rowCount = 1200;
         const std::uint32_t shapes = seed % 4 == 0 ? 20 : 200 + seed % 7;
         const std::uint32_t texts = seed % 4 == 0 ? 20 : 6 + seed % 5;
         RandomLibrary library =
-            makeRandomLibrary(LibraryKind::uniform, LibraryKind::clustered, rows, seed);
-        for (std::uint32_t row = 0; row < rows; ++row) {
+            makeRandomLibrary(LibraryKind::uniform, LibraryKind::clustered, rowCount, seed);
+        for (std::uint32_t row = 0; row < rowCount; ++row) {
             const std::uint32_t shape = row % shapes;
             const std::uint32_t text = row % texts;
             std::copy_n(library.shapeMatrix.data() + shape * shapeWidth, shapeWidth,
@@ -152,7 +155,7 @@ TEST(SearchAdaptive, EqualsTheDenseFormAmongManyCopies) {
         }
         hits += expectSameHits(
             library, 5 + seed % 30, thresholdFor(seed),
-            labelOf(LibraryKind::uniform, LibraryKind::clustered, rows, 5 + seed % 30, seed));
+            labelOf(LibraryKind::uniform, LibraryKind::clustered, rowCount, 5 + seed % 30, seed));
     }
     EXPECT_GT(hits, 20U);
 }

@@ -26,9 +26,9 @@ std::vector<SearchResult> search(const RandomLibrary& library, std::uint32_t k,
 }
 
 /// No row is the query's twin on either side.
-RandomLibrary clustered(std::uint32_t rows) {
+RandomLibrary clustered(std::uint32_t rowCount) {
     RandomLibrary library =
-        makeRandomLibrary(LibraryKind::clustered, LibraryKind::clustered, rows, 5);
+        makeRandomLibrary(LibraryKind::clustered, LibraryKind::clustered, rowCount, 5);
     library.queryShape(0, 0) += 0.01F;
     library.queryText(0, 0) += 0.01F;
     return library;
@@ -148,12 +148,12 @@ std::vector<std::pair<std::int64_t, float>> hitsFrom(const RandomLibrary& librar
 RandomLibrary withRows(const RandomLibrary& library, std::size_t before, float shapeValue,
                        float textValue, std::size_t count) {
     RandomLibrary longer = library;
-    const std::size_t rows = library.shapeMatrix.shape(0) + count;
-    longer.shapeMatrix = FeatureMatrix::from_shape({rows, shapeWidth});
-    longer.textMatrix = FeatureMatrix::from_shape({rows, textWidth});
+    const std::size_t rowCount = library.shapeMatrix.shape(0) + count;
+    longer.shapeMatrix = FeatureMatrix::from_shape({rowCount, shapeWidth});
+    longer.textMatrix = FeatureMatrix::from_shape({rowCount, textWidth});
     longer.shapeMatrix.fill(0.0F);
     longer.textMatrix.fill(0.0F);
-    for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t row = 0; row < rowCount; ++row) {
         if (row >= before && row < before + count) {
             longer.shapeMatrix(row, 0) = shapeValue;
             longer.textMatrix(row, 0) = textValue;

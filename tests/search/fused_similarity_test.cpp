@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <utility>
 #include <vector>
 
 #include "support/listed_rows.h"
@@ -32,26 +31,26 @@ TEST(FuseSimilarities, TheQuerysShapeSideCountsAtLeastTheMinimum) {
     };
     for (const Case& c : {Case{3.0F, 1.0F, 0.75F}, Case{1.0F, 3.0F, 0.4F}, Case{0.0F, 0.0F, 0.4F},
                           Case{4.0F, 0.0F, 1.0F}}) {
-        FusedSimilarities fused = fusedOf(listsOf({{1}, {0}}, {c.shapeArea, 1.0F}),
-                                          listsOf({{1}, {0}}, {c.textArea, 3.0F}));
-        fuseSimilarities(fused, std::vector<Row>{0, 1}, 0.4F);
-        EXPECT_EQ(fused.sides[0].weights[0], c.shapeWeight);
-        EXPECT_EQ(fused.sides[1].weights[0], 1.0F - c.shapeWeight);
+        WeightedSides weighted = weightedOf(listsOf({{1}, {0}}, {c.shapeArea, 1.0F}),
+                                            listsOf({{1}, {0}}, {c.textArea, 3.0F}));
+        fuseSimilarities(weighted, std::vector<Row>{0, 1}, 0.4F);
+        EXPECT_EQ(weighted.sides[0].weights[0], c.shapeWeight);
+        EXPECT_EQ(weighted.sides[1].weights[0], 1.0F - c.shapeWeight);
         // No other row has a floor.
-        EXPECT_EQ(fused.sides[0].weights[1], 0.25F);
-        EXPECT_EQ(fused.sides[1].weights[1], 0.75F);
+        EXPECT_EQ(weighted.sides[0].weights[1], 0.25F);
+        EXPECT_EQ(weighted.sides[1].weights[1], 0.75F);
     }
 }
 
 TEST(FusedSimilarity, TakesTheWeightsOfItsOwnRow) {
     // Rows 0 and 1 list each other's elements on the text side only.
-    FusedSimilarities fused = fusedOf(listsOf({{1}, {2}, {0}}, {3.0F, 1.0F, 1.0F}),
-                                      listsOf({{2}, {2}, {0}}, {1.0F, 1.0F, 0.0F}));
-    fuseSimilarities(fused, std::vector<Row>{0, 1, 2}, 0.4F);
-    EXPECT_EQ(fusedSimilarity(fused, 0, 1), 0.25F);
-    EXPECT_EQ(fusedSimilarity(fused, 1, 0), 0.5F);
-    EXPECT_EQ(fusedSimilarity(fused, 0, 0), 1.0F);
-    EXPECT_EQ(fusedSimilarity(fused, 2, 1), 0.0F);
+    WeightedSides weighted = weightedOf(listsOf({{1}, {2}, {0}}, {3.0F, 1.0F, 1.0F}),
+                                        listsOf({{2}, {2}, {0}}, {1.0F, 1.0F, 0.0F}));
+    fuseSimilarities(weighted, std::vector<Row>{0, 1, 2}, 0.4F);
+    EXPECT_EQ(fusedSimilarity(weighted, 0, 1), 0.25F);
+    EXPECT_EQ(fusedSimilarity(weighted, 1, 0), 0.5F);
+    EXPECT_EQ(fusedSimilarity(weighted, 0, 0), 1.0F);
+    EXPECT_EQ(fusedSimilarity(weighted, 2, 1), 0.0F);
 }
 
 }  // namespace

@@ -30,40 +30,40 @@ TEST(BestNeighbours, NeverHaveTheWeakestColumn) {
 TEST(RefineByNeighbours, AddsTheVotesOfTheBestNeighbours) {
     // The query's row of fused similarities is 1, 0.4, 0.4 and 0; with k = 3 only the two in the
     // middle vote, the weakest column does not.
-    FusedSimilarities fused = fusedOf(listsOf({{1}, {1}, {1}, {0}}, {0.0F, 1.0F, 1.0F, 1.0F}),
-                                      listsOf({{3}, {2}, {2}, {2}}, {1.0F, 1.0F, 1.0F, 1.0F}));
-    RefinedScores refined = refineByNeighbours(fused, {}, 3);
+    WeightedSides weighted = weightedOf(listsOf({{1}, {1}, {1}, {0}}, {0.0F, 1.0F, 1.0F, 1.0F}),
+                                        listsOf({{3}, {2}, {2}, {2}}, {1.0F, 1.0F, 1.0F, 1.0F}));
+    RefinedScores refined = refineByNeighbours(weighted, {}, 3);
     EXPECT_EQ(refined.queryRow, (std::vector<float>{1.0F, 0.4F, 0.4F, 0.0F}));
     EXPECT_EQ(refined.neighbours, (Rows{2, 1}));
-    settle(fused, Rows{0, 1, 2, 3}, refined);
+    settle(weighted, Rows{0, 1, 2, 3}, refined);
     EXPECT_EQ(refined.scores, (std::vector<float>{(1.0F + 0.8F) / 4.0F, (0.4F + 2.0F) / 4.0F,
                                                   (0.4F + 2.0F) / 4.0F, (0.0F + 1.0F) / 4.0F}));
 }
 
 TEST(RefineByNeighbours, BoundsTheScoresThatAreNotSettled) {
-    FusedSimilarities fused = fusedOf(listsOf({{1}, {1}, {1}, {0}}, {0.0F, 1.0F, 1.0F, 1.0F}),
-                                      listsOf({{3}, {2}, {2}, {2}}, {1.0F, 1.0F, 1.0F, 3.0F}));
-    RefinedScores refined = refineByNeighbours(fused, {}, 3);
-    EXPECT_TRUE(isSettled(fused, refined, 0));
-    EXPECT_FALSE(isSettled(fused, refined, 3));
+    WeightedSides weighted = weightedOf(listsOf({{1}, {1}, {1}, {0}}, {0.0F, 1.0F, 1.0F, 1.0F}),
+                                        listsOf({{3}, {2}, {2}, {2}}, {1.0F, 1.0F, 1.0F, 3.0F}));
+    RefinedScores refined = refineByNeighbours(weighted, {}, 3);
+    EXPECT_TRUE(isSettled(weighted, refined, 0));
+    EXPECT_FALSE(isSettled(weighted, refined, 3));
     const float bound = refined.scores[3];
-    settle(fused, Rows{3}, refined);
-    EXPECT_TRUE(isSettled(fused, refined, 3));
+    settle(weighted, Rows{3}, refined);
+    EXPECT_TRUE(isSettled(weighted, refined, 3));
     EXPECT_EQ(refined.scores[3], (0.75F + 0.75F) / 4.0F);
     EXPECT_GE(bound, refined.scores[3]);
 }
 
 TEST(RefineByNeighbours, AWeightThatIsNotANumberMakesTheScoreSo) {
     // Row 3 shares nothing with anyone.
-    FusedSimilarities fused = fusedOf(listsOf({{1}, {1}, {1}, {4}}, {0.0F, 1.0F, 1.0F, 0.0F}),
-                                      listsOf({{3}, {2}, {2}, {5}}, {1.0F, 1.0F, 1.0F, 0.0F}));
-    RefinedScores refined = refineByNeighbours(fused, {}, 2);
+    WeightedSides weighted = weightedOf(listsOf({{1}, {1}, {1}, {4}}, {0.0F, 1.0F, 1.0F, 0.0F}),
+                                        listsOf({{3}, {2}, {2}, {5}}, {1.0F, 1.0F, 1.0F, 0.0F}));
+    RefinedScores refined = refineByNeighbours(weighted, {}, 2);
     EXPECT_EQ(refined.scores[3], 0.0F);
-    settle(fused, Rows{3}, refined);
+    settle(weighted, Rows{3}, refined);
     EXPECT_TRUE(std::isnan(refined.scores[3]));
 
-    refined = refineByNeighbours(fused, {}, 0);
-    EXPECT_TRUE(isSettled(fused, refined, 2));
+    refined = refineByNeighbours(weighted, {}, 0);
+    EXPECT_TRUE(isSettled(weighted, refined, 2));
     EXPECT_EQ(refined.scores[3], 0.0F);
 }
 

@@ -20,28 +20,28 @@ namespace {
 using Rows = std::vector<Row>;
 using Pairs = std::vector<std::pair<Row, Row>>;
 
-Reaches reachesOf(const FusedSimilarities& fused) {
-    return {reachesOfNeighbourhoods(fused.sides[0].lists.side),
-            reachesOfNeighbourhoods(fused.sides[1].lists.side)};
+Reaches reachesOf(const WeightedSides& weighted) {
+    return {reachesOfNeighbourhoods(weighted.sides[0].lists.side),
+            reachesOfNeighbourhoods(weighted.sides[1].lists.side)};
 }
 
 TEST(ForEachSharer, VisitsEachPairOnceInTheOrderOfTheColumns) {
     // Row 1 shares with row 0 on both sides, row 2 on the text side, row 3 not at all.
-    FusedSimilarities fused = fusedOf(listsOf({{1, 2}, {2, 1}, {3, 4}, {5, 6}}),
-                                      listsOf({{1, 2}, {1, 3}, {7, 2}, {8, 9}}));
-    const Sharers sharers = findSharers(fused, {}, Rows{3, 0}, SharersLists::possible);
+    WeightedSides weighted = weightedOf(listsOf({{1, 2}, {2, 1}, {3, 4}, {5, 6}}),
+                                        listsOf({{1, 2}, {1, 3}, {7, 2}, {8, 9}}));
+    const Sharers sharers = findSharers(weighted, {}, Rows{3, 0}, SharersLists::possible);
     Pairs pairs;
-    forEachSharer(fused, sharers, Rows{3, 0},
+    forEachSharer(weighted, sharers, Rows{3, 0},
                   [&](Row row, Row column) { pairs.emplace_back(row, column); });
     std::sort(pairs.begin() + 1, pairs.end());
     EXPECT_EQ(pairs, (Pairs{{3, 3}, {0, 0}, {1, 0}, {2, 0}}));
 }
 
 /// All pairs of a row and a column that share an element, by the lists of all rows.
-std::set<std::pair<Row, Row>> sharingPairs(const FusedSimilarities& all, const Rows& columns) {
+std::set<std::pair<Row, Row>> sharingPairs(const WeightedSides& all, const Rows& columns) {
     std::set<std::pair<Row, Row>> pairs;
     for (const Row column : columns) {
-        for (Row row = 0; row < static_cast<Row>(all.rows()); ++row) {
+        for (Row row = 0; row < static_cast<Row>(all.rowCount()); ++row) {
             for (const WeightedSide& side : all.sides) {
                 if (rankSimilarity(side.lists, row, column) > 0.0F) {
                     pairs.emplace(row, column);
@@ -57,12 +57,12 @@ TEST(FindSharers, MissesNoneAndBoundsTheirSimilarity) {
     for (const LibraryKind kind : allLibraryKinds) {
         const RandomLibrary library = makeRandomLibrary(kind, LibraryKind::clustered, 500, 3);
         const auto fusedNothing = [&] {
-            return nothingFused(stackRows(library.queryShape, library.shapeMatrix),
-                                stackRows(library.queryText, library.textMatrix));
+            return nothingWeighed(stackRows(library.queryShape, library.shapeMatrix),
+                                  stackRows(library.queryText, library.textMatrix));
         };
         Rows rows(501);
         std::iota(rows.begin(), rows.end(), 0);
-        FusedSimilarities all = fusedNothing();
+        WeightedSides all = fusedNothing();
         fuseSimilarities(all, rows, 0.4F);
 
         Rows columns{0, 17, 230, 231, 499};
@@ -74,7 +74,7 @@ TEST(FindSharers, MissesNoneAndBoundsTheirSimilarity) {
         if (gap != rows.end()) {
             columns.push_back(*gap);
         }
-        FusedSimilarities some = fusedNothing();
+        WeightedSides some = fusedNothing();
         const Sharers sharers = findSharers(some, reachesOf(some), columns, SharersLists::possible);
         std::set<std::pair<Row, Row>> visited;
         forEachSharer(some, sharers, columns, [&](Row row, Row column) {
@@ -97,25 +97,26 @@ TEST(FindSharers, MissesNoneAndBoundsTheirSimilarity) {
 TEST(FindSharers, ListsAllSharersWhenAskedTo) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::clustered, LibraryKind::clustered, 500, 3);
-    FusedSimilarities fused = nothingFused(stackRows(library.queryShape, library.shapeMatrix),
-                                           stackRows(library.queryText, library.textMatrix));
-    const Sharers sharers = findSharers(fused, reachesOf(fused), Rows{9}, SharersLists::exact);
+    WeightedSides weighted = nothingWeighed(stackRows(library.queryShape, library.shapeMatrix),
+                                            stackRows(library.queryText, library.textMatrix));
+    const Sharers sharers =
+        findSharers(weighted, reachesOf(weighted), Rows{9}, SharersLists::exact);
     for (std::size_t s = 0; s < sharers.size(); ++s) {
         EXPECT_TRUE(sharers[s].possible.empty());
         EXPECT_FALSE(sharers[s].listedBy.empty());
         for (const auto& [element, row] : sharers[s].listedBy) {
-            EXPECT_TRUE(isListed(fused.sides[s].lists, row));
+            EXPECT_TRUE(isListed(weighted.sides[s].lists, row));
         }
     }
 }
 
 TEST(MostFusedSimilarity, CountsNothingOfAFlatCurve) {
-    FusedSimilarities fused =
-        fusedOf(listsOf({{1, 2}, {1, 2}}, {1.0F, 0.0F}), listsOf({{1, 2}, {2, 1}}, {1.0F, 1.0F}));
-    const Sharers sharers = findSharers(fused, {}, Rows{0}, SharersLists::possible);
-    EXPECT_NEAR(mostFusedSimilarity(fused, sharers, 1, 0), 0.6F, 1e-5F);
-    fused.sides[0].lists.curveAreas[1] = 1.0F;
-    EXPECT_NEAR(mostFusedSimilarity(fused, sharers, 1, 0), 1.0F, 1e-5F);
+    WeightedSides weighted = weightedOf(listsOf({{1, 2}, {1, 2}}, {1.0F, 0.0F}),
+                                        listsOf({{1, 2}, {2, 1}}, {1.0F, 1.0F}));
+    const Sharers sharers = findSharers(weighted, {}, Rows{0}, SharersLists::possible);
+    EXPECT_NEAR(mostFusedSimilarity(weighted, sharers, 1, 0), 0.6F, 1e-5F);
+    weighted.sides[0].lists.curveAreas[1] = 1.0F;
+    EXPECT_NEAR(mostFusedSimilarity(weighted, sharers, 1, 0), 1.0F, 1e-5F);
 }
 
 }  // namespace

@@ -45,9 +45,9 @@ Ranked nearest(Ranked rows, std::size_t count) {
 
 std::vector<std::pair<std::int64_t, float>> expectedHits(const RandomLibrary& library,
                                                          std::size_t k, float minThreshold) {
-    const std::size_t rows = library.shapeMatrix.shape(0);
+    const std::size_t rowCount = library.shapeMatrix.shape(0);
     Ranked byShape;
-    for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t row = 0; row < rowCount; ++row) {
         byShape.emplace_back(squaredDistance(library.queryShape, library.shapeMatrix, row), row);
     }
     Ranked candidates;
@@ -74,10 +74,10 @@ std::vector<std::pair<std::int64_t, float>> expectedHits(const RandomLibrary& li
 TEST(SearchSimple, EqualsThePlainFormOnExactDistances) {
     std::size_t found = 0;
     for (std::uint32_t seed = 1; seed <= 300; ++seed) {
-        const std::uint32_t rows = 1 + seed % 150;
+        const std::uint32_t rowCount = 1 + seed % 150;
         const RandomLibrary library =
-            makeRandomLibrary(LibraryKind::lattice, LibraryKind::lattice, rows, seed);
-        const std::uint32_t k = 1 + seed % std::min(rows, 40U);
+            makeRandomLibrary(LibraryKind::lattice, LibraryKind::lattice, rowCount, seed);
+        const std::uint32_t k = 1 + seed % std::min(rowCount, 40U);
         const float minThreshold = static_cast<float>(seed % 5) * 0.25F - 0.5F;
         std::vector<std::pair<std::int64_t, float>> hits;
         for (const SearchResult& hit : search(library, k, minThreshold)) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <exception>
 #include <string>
 #include <typeinfo>
@@ -21,6 +22,17 @@ std::string thrownText(Action&& action) {
         return exception.what();
     }
     ADD_FAILURE() << "nothing was thrown";
+    return {};
+}
+
+/// what() of the exception of whatever type that `action` throws, empty without one.
+template <class Action>
+std::string failureOf(Action&& action) {
+    try {
+        action();
+    } catch (const std::exception& exception) {
+        return exception.what();
+    }
     return {};
 }
 
@@ -52,6 +64,18 @@ inline std::string noNumber(const std::string& type) {
 /// out_of_range 403.
 inline std::string noKey(const std::string& key) {
     return "[json.exception.out_of_range.403] key '" + key + "' not found";
+}
+
+/// Access by a position that is not there. out_of_range 401.
+inline std::string noIndex(std::size_t index) {
+    return "[json.exception.out_of_range.401] array index " + std::to_string(index) +
+           " is out of range";
+}
+
+/// Writing a text as JSON whose byte at `index` is 0xFF. type_error 316.
+inline std::string notUtf8(std::size_t index) {
+    return "[json.exception.type_error.316] invalid UTF-8 byte at index " + std::to_string(index) +
+           ": 0xFF";
 }
 
 /// The text of the JSON library's parse_error `id`; `problem` names the format and what is wrong.

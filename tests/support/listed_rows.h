@@ -13,18 +13,18 @@ namespace quillon::test {
 /// copy, and none a vector.
 inline NeighbourLists listsOf(const std::vector<std::vector<Row>>& lists,
                               const std::vector<float>& areas = {}) {
-    const std::size_t rows = lists.size();
+    const std::size_t rowCount = lists.size();
     SideRows side;
-    side.count = rows;
-    side.distinct.resize(rows);
+    side.count = rowCount;
+    side.distinct.resize(rowCount);
     std::iota(side.distinct.begin(), side.distinct.end(), 0);
     side.firstCopy = side.distinct;
-    side.nextCopy.assign(rows, noRow);
-    side.squaredLengths.assign(rows, 1.0F);
+    side.nextCopy.assign(rowCount, noRow);
+    side.squaredLengths.assign(rowCount, 1.0F);
     NeighbourLists listed = nothingListed(std::move(side));
     listed.count = lists[0].size();
     listed.listed = listed.side.distinct;
-    listed.isListed.assign(rows, 1);
+    listed.isListed.assign(rowCount, 1);
     listed.labels.clear();
     for (const std::vector<Row>& list : lists) {
         listed.labels.insert(listed.labels.end(), list.begin(), list.end());
@@ -35,11 +35,11 @@ inline NeighbourLists listsOf(const std::vector<std::vector<Row>>& lists,
     return listed;
 }
 
-inline FusedSimilarities fusedOf(NeighbourLists shapes, NeighbourLists texts) {
-    const std::size_t rows = shapes.side.count;
-    return {{WeightedSide{std::move(shapes), std::vector<float>(rows)},
-             WeightedSide{std::move(texts), std::vector<float>(rows)}},
-            std::vector<char>(rows, 0)};
+inline WeightedSides weightedOf(NeighbourLists shapes, NeighbourLists texts) {
+    const std::size_t rowCount = shapes.side.count;
+    return {{WeightedSide{std::move(shapes), std::vector<float>(rowCount)},
+             WeightedSide{std::move(texts), std::vector<float>(rowCount)}},
+            std::vector<char>(rowCount, 0)};
 }
 
 }  // namespace quillon::test

@@ -1,9 +1,13 @@
 #include "support/odd_documents.h"
 
+#include <cstdint>
 #include <functional>
 #include <limits>
-#include <stdexcept>
+#include <string_view>
 #include <utility>
+#include <vector>
+
+#include "support/documents.h"
 
 namespace quillon::test {
 namespace {
@@ -100,13 +104,13 @@ json nested(std::size_t depth) {
     return value;
 }
 
-struct Irregularity {
+struct Untidiness {
     const char* name;
     std::function<void(json&, std::mt19937&)> apply;
 };
 
-const std::vector<Irregularity>& irregularities() {
-    static const std::vector<Irregularity> all{
+const std::vector<Untidiness>& untidinesses() {
+    static const std::vector<Untidiness> all{
         {"another top level", [](json& d, auto& r) { d = oddValue(r, json::value_t::object); }},
         {"a missing member", [](json& d, auto& r) { d.erase(anyMember(r)); }},
         {"a member of another type",
@@ -222,32 +226,9 @@ const std::vector<Damage>& damages() {
 
 }  // namespace
 
-std::string encoded(const json& document, std::string_view extension) {
-    std::string bytes;
-    if (extension == ".json") {
-        return document.dump(-1, ' ', false, json::error_handler_t::replace);
-    }
-    if (extension == ".bson") {
-        if (document.is_object()) {
-            json::to_bson(document, bytes);
-        }
-    } else if (extension == ".cbor") {
-        json::to_cbor(document, bytes);
-    } else if (extension == ".msgpack") {
-        json::to_msgpack(document, bytes);
-    } else if (extension == ".ubj") {
-        json::to_ubjson(document, bytes);
-    } else if (extension == ".jdb") {
-        json::to_bjdata(document, bytes);
-    } else {
-        throw std::invalid_argument("no format has the extension " + std::string(extension));
-    }
-    return bytes;
-}
-
-json regularDocument(std::mt19937& random) {
+json tidyDocument(std::mt19937& random) {
     static const char* const handles[] = {"0", "1F", "00", "2A*further"};
-    json document = {{"blocks", json::array()}, {"shape", json::array()}, {"text", json::array()}};
+    json document = encodings({});
     const std::size_t count = 1 + draw(random, 4);
     for (std::size_t i = 0; i < count; ++i) {
         document["blocks"].push_back("T\xC3\x9CR " + std::to_string(draw(random, 100)) + "*c" +
@@ -262,11 +243,11 @@ json regularDocument(std::mt19937& random) {
     return document;
 }
 
-const std::size_t irregularityCount = irregularities().size();
+const std::size_t untidinessCount = untidinesses().size();
 
-std::string makeIrregular(json& document, std::size_t kind, std::mt19937& random) {
-    irregularities()[kind].apply(document, random);
-    return irregularities()[kind].name;
+std::string makeUntidy(json& document, std::size_t kind, std::mt19937& random) {
+    untidinesses()[kind].apply(document, random);
+    return untidinesses()[kind].name;
 }
 
 const std::size_t damageCount = damages().size();

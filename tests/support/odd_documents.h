@@ -1,31 +1,22 @@
-// Encodings documents of every kind, regular and not, for differential tests of the load.
+// Encodings documents of every kind, tidy and not, for differential tests of the load.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace quillon::test {
 
-/// The extensions of the six formats.
-inline constexpr std::string_view allExtensions[] = {".json",    ".bson", ".cbor",
-                                                     ".msgpack", ".ubj",  ".jdb"};
-
-/// `document` in the format of `extension`.
-std::string encoded(const nlohmann::json& document, std::string_view extension);
-
 /// A document of up to 4 blocks that keeps every rule. Its numbers are of all kinds, those at the
 /// edges of float32 and of whole numbers among them; codes are few, so that some are duplicates.
-nlohmann::json regularDocument(std::mt19937& random);
+nlohmann::json tidyDocument(std::mt19937& random);
 
-/// How many ways `makeIrregular` knows.
-extern const std::size_t irregularityCount;
+/// How many ways `makeUntidy` knows.
+extern const std::size_t untidinessCount;
 
 /// Breaks one rule (number `kind`) at a random place of `document`. Returns the rule's name.
-std::string makeIrregular(nlohmann::json& document, std::size_t kind, std::mt19937& random);
+std::string makeUntidy(nlohmann::json& document, std::size_t kind, std::mt19937& random);
 
 /// How many ways `damageText` knows.
 extern const std::size_t damageCount;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <random>
 
 namespace quillon::test {
 namespace {
@@ -86,11 +87,11 @@ void fillRow(LibraryKind kind, float* row, std::size_t width, std::mt19937& rand
     }
 }
 
-FeatureMatrix makeMatrix(LibraryKind kind, std::size_t rows, std::size_t width,
+FeatureMatrix makeMatrix(LibraryKind kind, std::size_t rowCount, std::size_t width,
                          std::mt19937& random) {
-    FeatureMatrix matrix = FeatureMatrix::from_shape({rows, width});
+    FeatureMatrix matrix = FeatureMatrix::from_shape({rowCount, width});
     std::fill(matrix.begin(), matrix.end(), 0.0F);
-    for (std::size_t r = 0; r < rows; ++r) {
+    for (std::size_t r = 0; r < rowCount; ++r) {
         float* row = matrix.data() + r * width;
         // Twins of an earlier row, among all kinds.
         if (r > 0 && draw(random, 10) == 0) {
@@ -129,21 +130,21 @@ std::string nameOf(LibraryKind kind) {
     return "unknown";
 }
 
-RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows,
+RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rowCount,
                                 std::uint32_t seed) {
     std::mt19937 random(seed);
     RandomLibrary library;
-    library.shapeMatrix = makeMatrix(shapeKind, rows, shapeWidth, random);
-    library.textMatrix = makeMatrix(textKind, rows, textWidth, random);
+    library.shapeMatrix = makeMatrix(shapeKind, rowCount, shapeWidth, random);
+    library.textMatrix = makeMatrix(textKind, rowCount, textWidth, random);
     library.queryShape = makeMatrix(shapeKind, 1, shapeWidth, random);
     library.queryText = makeMatrix(textKind, 1, textWidth, random);
     // Now and then the query is a twin of a library row, on either side.
-    if (rows > 0 && draw(random, 3) == 0) {
-        const float* twin = library.shapeMatrix.data() + draw(random, rows) * shapeWidth;
+    if (rowCount > 0 && draw(random, 3) == 0) {
+        const float* twin = library.shapeMatrix.data() + draw(random, rowCount) * shapeWidth;
         std::copy(twin, twin + shapeWidth, library.queryShape.data());
     }
-    if (rows > 0 && draw(random, 3) == 0) {
-        const float* twin = library.textMatrix.data() + draw(random, rows) * textWidth;
+    if (rowCount > 0 && draw(random, 3) == 0) {
+        const float* twin = library.textMatrix.data() + draw(random, rowCount) * textWidth;
         std::copy(twin, twin + textWidth, library.queryText.data());
     }
     return library;

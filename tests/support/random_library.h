@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <random>
 #include <string>
 
 #include "shared/feature_matrix.h"
@@ -36,7 +35,7 @@ struct RandomLibrary {
 std::string nameOf(LibraryKind kind);
 
 /// The same seed makes the same library everywhere.
-RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rows,
+RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std::size_t rowCount,
                                 std::uint32_t seed);
 
 }  // namespace quillon::test

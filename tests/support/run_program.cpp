@@ -159,12 +159,11 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::pa
     const TempFolder outputs;
     // The shell's place is taken by the program, so that status and memory are the program's.
     std::string command = "cd " + quoted(utf8FromPath(workingFolder)) + " && exec";
-    for (const std::string& word : launcher) {
-        command += " " + quoted(word);
-    }
-    command += " " + quoted(QUILLON_PROGRAM);
-    for (const std::string& argument : arguments) {
-        command += " " + quoted(argument);
+    std::vector<std::string> words = launcher;
+    words.emplace_back(QUILLON_PROGRAM);
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    for (const std::string& word : words) {
+        command.append(" ").append(quoted(word));
     }
     command += " >" + quoted(utf8FromPath(outputs.path() / "out")) + " 2>" +
                quoted(utf8FromPath(outputs.path() / "error"));

@@ -23,14 +23,8 @@ TempFolder::~TempFolder() {
 }
 
 fs::path TempFolder::write(std::string_view name, std::string_view bytes) const {
-    const fs::path path = folder / pathFromUtf8(name);
-    fs::create_directories(path.parent_path());
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write the test file " + utf8FromPath(path));
-    }
+    fs::path path = folder / pathFromUtf8(name);
+    writeBytes(path, bytes);
     return path;
 }
 
@@ -38,10 +32,20 @@ fs::path TempFolder::write(std::string_view name, const nlohmann::json& document
     return write(name, std::string_view(document.dump()));
 }
 
+void writeBytes(const fs::path& path, std::string_view bytes) {
+    fs::create_directories(path.parent_path());
+    std::ofstream stream(path, std::ios::binary);
+    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    if (!stream) {
+        throw std::runtime_error("cannot write " + utf8FromPath(path));
+    }
+}
+
 std::string readBytes(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     if (!stream) {
-        throw std::runtime_error("cannot read the test file " + utf8FromPath(path));
+        throw std::runtime_error("cannot read " + utf8FromPath(path));
     }
     return {std::istreambuf_iterator<char>(stream), {}};
 }

@@ -29,6 +29,9 @@ class TempFolder {
     std::filesystem::path folder;
 };
 
+/// Makes the folders that the file lies in.
+void writeBytes(const std::filesystem::path& path, std::string_view bytes);
+
 std::string readBytes(const std::filesystem::path& path);
 
 /// What a text stream wrote, each line ending with a line feed alone. Throws where a line does not

@@ -95,14 +95,14 @@ float measuredArea(const NeighbourLists& lists, Row row) {
 
 NeighbourLists nothingListed(SideRows side) {
     NeighbourLists lists;
-    const std::size_t rows = side.count;
+    const std::size_t rowCount = side.count;
     lists.side = std::move(side);
-    lists.count = std::min(rows - 1, rankedNeighbours);
-    lists.isListed.assign(rows, 0);
-    lists.labels.assign(rows * lists.count, noRow);
-    lists.curveBegins.assign(rows, 0);
-    lists.curveSizes.assign(rows, 0);
-    lists.curveAreas.assign(rows, -1.0F);
+    lists.count = std::min(rowCount - 1, rankedNeighbours);
+    lists.isListed.assign(rowCount, 0);
+    lists.labels.assign(rowCount * lists.count, noRow);
+    lists.curveBegins.assign(rowCount, 0);
+    lists.curveSizes.assign(rowCount, 0);
+    lists.curveAreas.assign(rowCount, -1.0F);
     for (const Row row : lists.side.distinct) {
         if (!isOrdinary(lists.side.squaredLengths[row]) &&
             !(squaredDistance(lists.side, row, row) < unreached)) {
@@ -176,7 +176,7 @@ float curveArea(std::span<const float> curve) {
     double area = 0.0;
     for (std::size_t i = 1; i < curve.size(); ++i) {
         const float pair = squaredHeight(i) + squaredHeight(i - 1);
-        area += double{pair} * 1.0 * 0.5;
+        area += double{pair} * 0.5;
     }
     return static_cast<float>(area);
 }

@@ -10,8 +10,9 @@
 
 namespace quillon {
 
-/// Neighbours whose order is compared between rows, and neighbours on a similarity curve; fewer in
-/// libraries with fewer rows.
+/// Neighbours whose order is compared between rows: the few that are of a kind with a block; and
+/// neighbours on a similarity curve: enough to show whether these few stand out from the rest.
+/// Fewer in libraries with fewer rows.
 inline constexpr std::size_t rankedNeighbours = 5;
 inline constexpr std::size_t curveNeighbours = 100;
 

@@ -57,14 +57,14 @@ TEST(ReachesOfNeighbourhoods, HoldACrowdEach) {
     for (const LibraryKind kind :
          {LibraryKind::uniform, LibraryKind::clustered, LibraryKind::lattice, LibraryKind::oneHot,
           LibraryKind::nearTwins, LibraryKind::oneCommon}) {
-        for (const std::uint32_t rows : {20U, 255U, 256U, 257U, 700U}) {
-            const RandomLibrary library = makeRandomLibrary(kind, kind, rows, rows);
+        for (const std::uint32_t rowCount : {20U, 255U, 256U, 257U, 700U}) {
+            const RandomLibrary library = makeRandomLibrary(kind, kind, rowCount, rowCount);
             const SideRows side = stackRows(library.queryShape, library.shapeMatrix);
             const std::vector<float> reaches = reachesOfNeighbourhoods(side);
             for (const Row row : side.distinct) {
                 const DistanceBounds bounds = boundsOf(side.squaredLengths[row], side.width);
                 EXPECT_GE(atMost(reaches[row], bounds), crowdDistance(side, row))
-                    << nameOf(kind) << ", " << rows << " rows, row " << row;
+                    << nameOf(kind) << ", " << rowCount << " rows, row " << row;
             }
         }
     }

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "search/neighbours/proposed_distances.h"
 #include "support/random_library.h"
@@ -18,11 +17,11 @@ namespace {
 
 /// Long vectors in nearly one direction, with differences from nothing to small, and of very
 /// different lengths, some of them with all rounding in one direction.
-FeatureMatrix badVectors(std::size_t rows, std::uint32_t seed) {
+FeatureMatrix badVectors(std::size_t rowCount, std::uint32_t seed) {
     const RandomLibrary random =
-        makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, rows, seed);
-    FeatureMatrix matrix = FeatureMatrix::from_shape({rows, shapeWidth});
-    for (std::size_t row = 0; row < rows; ++row) {
+        makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, rowCount, seed);
+    FeatureMatrix matrix = FeatureMatrix::from_shape({rowCount, shapeWidth});
+    for (std::size_t row = 0; row < rowCount; ++row) {
         const float length = std::ldexp(1.0F, static_cast<int>(row % 9) * 7 - 28);
         const float difference = std::ldexp(1.0F, -static_cast<int>(row % 25));
         for (std::size_t i = 0; i < shapeWidth; ++i) {

@@ -71,9 +71,10 @@ void expectListsOf(const RandomLibrary& library, const Rows& rows, const std::st
 
 TEST(BuildNeighbourLists, AreTheNearestRowsByDistanceAndNumber) {
     for (const LibraryKind kind : allLibraryKinds) {
-        for (const std::uint32_t rows : {1U, 2U, 5U, 6U, 7U, 8U, 100U, 101U, 102U, 103U, 300U}) {
-            expectListsOf(makeRandomLibrary(kind, kind, rows - 1, rows), allRows(rows),
-                          nameOf(kind) + ", " + std::to_string(rows) + " rows");
+        for (const std::uint32_t rowCount :
+             {1U, 2U, 5U, 6U, 7U, 8U, 100U, 101U, 102U, 103U, 300U}) {
+            expectListsOf(makeRandomLibrary(kind, kind, rowCount - 1, rowCount), allRows(rowCount),
+                          nameOf(kind) + ", " + std::to_string(rowCount) + " rows");
         }
     }
 }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -59,16 +58,16 @@ Found expectNoneMissing(const RandomLibrary& library, const Rows& elements,
 TEST(PossibleLists, MissNoRowThatListsAnElement) {
     std::size_t listing = 0;
     for (const LibraryKind kind : allLibraryKinds) {
-        for (const std::uint32_t rows : {3U, 7U, 40U, 256U, 257U, 600U, 1100U}) {
-            const RandomLibrary library = makeRandomLibrary(kind, kind, rows, rows);
+        for (const std::uint32_t rowCount : {3U, 7U, 40U, 256U, 257U, 600U, 1100U}) {
+            const RandomLibrary library = makeRandomLibrary(kind, kind, rowCount, rowCount);
             Rows elements;
             for (std::uint32_t i = 0; i < 12; ++i) {
-                elements.push_back(static_cast<Row>((i * i * 7 + rows) % (rows + 1)));
+                elements.push_back(static_cast<Row>((i * i * 7 + rowCount) % (rowCount + 1)));
             }
             std::sort(elements.begin(), elements.end());
             elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
             listing += expectNoneMissing(library, elements,
-                                         nameOf(kind) + ", " + std::to_string(rows) + " rows")
+                                         nameOf(kind) + ", " + std::to_string(rowCount) + " rows")
                            .listing;
         }
     }

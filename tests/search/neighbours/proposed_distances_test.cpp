@@ -13,12 +13,12 @@ using Rows = std::vector<Row>;
 
 /// Row r lies at (r % 64, r / 64): all products are small whole numbers and exact.
 struct Grid {
-    explicit Grid(std::size_t rows)
+    explicit Grid(std::size_t rowCount)
         : query(FeatureMatrix::from_shape({1, 2})),
-          library(FeatureMatrix::from_shape({rows - 1, 2})) {
+          library(FeatureMatrix::from_shape({rowCount - 1, 2})) {
         query.fill(0.0F);
         library.fill(0.0F);
-        for (std::size_t row = 1; row < rows; ++row) {
+        for (std::size_t row = 1; row < rowCount; ++row) {
             library(row - 1, 0) = static_cast<float>(row % 64);
             const std::size_t down = row / 64;
             library(row - 1, 1) = static_cast<float>(down);

@@ -1,0 +1,43 @@
+// Merges the blocks of one drawing into the library: duplicates, the handle "0", and the counts.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "library/block_library.h"
+#include "library/drawing_blocks.h"
+#include "library/growing_rows.h"
+
+namespace quillon {
+
+/// What grows while the drawings of one load are merged.
+struct MergeState {
+    /// Room for 64 MB of shapes before anything has to move; what is not used takes no memory.
+    static constexpr std::size_t expectedRows = std::size_t{1} << 15U;
+
+    std::unordered_set<std::string> seenCodes;
+    GrowingRows shapes{shapeWidth, expectedRows};  // of the accepted blocks
+    GrowingRows texts{textWidth, expectedRows};
+    std::uint64_t uniqueCount = 0;
+    std::uint64_t duplicateCount = 0;
+};
+
+/// Merges one drawing. Its blocks enter in order, unless `dedupe` is true and their code has been
+/// seen. A drawing has room for one block with the handle "0": the last of them, added after all
+/// others; the rest vanish uncounted. The drawing's remarks are appended to `remarks`, for the
+/// console, as far as the merge came.
+///
+/// Rethrows the drawing's failure and the fault of a vector that was to be added. What was merged
+/// before stays: after a fault code and record are in and the row of that side is not, and a fault
+/// of the text side leaves the shape side one row ahead.
+void addDrawingBlocks(DrawingBlocks&& drawing,
+                      const std::shared_ptr<const std::filesystem::path>& encodingsPath,
+                      bool dedupe, MergeState& state, std::vector<BlockRecord>& records,
+                      std::string& remarks);
+
+}  // namespace quillon

@@ -1,0 +1,125 @@
+// Which road the encodings files of each format take, and what is fetched by either.
+#include "library/fetch_drawing.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+#include "shared/utf8_path.h"
+#include "support/failure_texts.h"
+#include "support/formats.h"
+#include "support/odd_documents.h"
+#include "support/temp_folder.h"
+
+namespace quillon::test {
+namespace {
+
+using nlohmann::json;
+
+ListedDrawing fetched(const std::filesystem::path& path) {
+    FetchBuffers buffers;
+    return fetchDrawing(utf8FromPath(path), buffers);
+}
+
+void expectBlocks(const DrawingBlocks& blocks, const json& document) {
+    const std::size_t count = document["blocks"].size();
+    ASSERT_EQ(blocks.blocks.size(), count);
+    EXPECT_EQ(blocks.shapes.rowCount(), count);
+    EXPECT_EQ(blocks.texts.rowCount(), count);
+    EXPECT_EQ(blocks.remarks, "");
+    EXPECT_FALSE(blocks.failure);
+    EXPECT_FALSE(blocks.isNull);
+    for (std::size_t i = 0; i < count; ++i) {
+        EXPECT_EQ(blocks.blocks[i].key, document["blocks"][i].get<std::string>());
+        EXPECT_EQ(blocks.blocks[i].remarks, "");
+        for (std::size_t c = 0; c < 512; ++c) {
+            EXPECT_EQ(blocks.shapes.row(i)[c], document["shape"][i][c].get<float>());
+        }
+        for (std::size_t c = 0; c < 384; ++c) {
+            EXPECT_EQ(blocks.texts.row(i)[c], document["text"][i][c].get<float>());
+        }
+    }
+}
+
+TEST(FetchDrawing, TidyFilesOfEveryFormatTakeTheStraightRoad) {
+    std::mt19937 random(1);
+    const TempFolder folder;
+    for (const std::string_view extension : allExtensions) {
+        SCOPED_TRACE(extension);
+        const json document = tidyDocument(random);
+        const auto path =
+            folder.write("tidy" + std::string(extension), encoded(document, extension));
+        const ListedDrawing drawing = fetched(path);
+        EXPECT_EQ(drawing.road, Road::straight);
+        EXPECT_EQ(*drawing.path, path);
+        EXPECT_FALSE(drawing.failure);
+        expectBlocks(drawing.blocks, document);
+    }
+}
+
+TEST(FetchDrawing, UntidyFilesOfEveryFormatTakeTheTreeRoad) {
+    std::mt19937 random(2);
+    const TempFolder folder;
+    for (const std::string_view extension : allExtensions) {
+        SCOPED_TRACE(extension);
+        const json good = tidyDocument(random);
+        json document = good;
+        document["blocks"].push_back("no fields");
+        document["shape"].push_back(document["shape"][0]);
+        document["text"].push_back(document["text"][0]);
+        const ListedDrawing drawing =
+            fetched(folder.write("untidy" + std::string(extension), encoded(document, extension)));
+        EXPECT_EQ(drawing.road, Road::tree);
+        EXPECT_EQ(drawing.blocks.remarks,
+                  "Warning: block key with fewer than three fields: no fields\n");
+        DrawingBlocks blocks;
+        blocks.blocks = drawing.blocks.blocks;
+        blocks.shapes = drawing.blocks.shapes;
+        blocks.texts = drawing.blocks.texts;
+        expectBlocks(blocks, good);
+    }
+}
+
+/// Buffers that have held a larger file leave nothing of it behind.
+TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
+    std::mt19937 random(3);
+    const TempFolder folder;
+    FetchBuffers buffers;
+    for (int round = 0; round < 3; ++round) {
+        for (const std::string_view extension : allExtensions) {
+            json document = tidyDocument(random);
+            while (document["blocks"].size() > (round == 0 ? 4U : 1U)) {
+                for (const char* member : {"blocks", "shape", "text"}) {
+                    document[member].erase(document[member].size() - 1);
+                }
+            }
+            const auto path =
+                folder.write("file" + std::string(extension), encoded(document, extension));
+            const ListedDrawing drawing = fetchDrawing(utf8FromPath(path), buffers);
+            EXPECT_EQ(drawing.road, Road::straight);
+            expectBlocks(drawing.blocks, document);
+        }
+    }
+}
+
+TEST(FetchDrawing, FailsForWhatIsNoReadableFile) {
+    const TempFolder folder;
+    FetchBuffers buffers;
+    EXPECT_EQ(thrownText<json::type_error>([&] { fetchDrawing(7, buffers); }), noString("number"));
+    const std::string missing = utf8FromPath(folder.path() / "missing.cbor");
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(missing, buffers); }),
+              "fail to open input file: " + missing);
+    const std::string unknown = utf8FromPath(folder.write("a.txt", json::object()));
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(unknown, buffers); }),
+              "Unknown input file format! " + unknown);
+    const std::string inner = utf8FromPath(folder.path() / "folder.json");
+    std::filesystem::create_directory(folder.path() / "folder.json");
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(inner, buffers); }),
+              "fail to open input file: " + inner);
+}
+
+}  // namespace
+}  // namespace quillon::test
