@@ -35,7 +35,7 @@ enum class ListedRows { all, thoseThatCount };
 /// The way that `searchAdaptive` takes for k and `rowCount` rows, the query included.
 ListedRows quickerWay(std::uint32_t k, std::size_t rowCount);
 
-/// `searchAdaptive` by a given way. The arguments have been checked.
+/// `searchAdaptive` by a given way. The arguments have been checked, and the products secured.
 void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,
                       const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
                       const FeatureMatrix& textMatrix, float minThreshold,

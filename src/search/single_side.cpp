@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "shared/in_parallel.h"
 
 namespace quillon {
 namespace {
@@ -19,16 +22,27 @@ struct Nearest {
     std::vector<Label> labels;
 };
 
-/// What the index does with its rows for one query, on the matrix itself. In the index it runs in a
-/// parallel region, where memory that is refused ends the process.
-template <class Handler>
-void offerRows(Handler handler, const FeatureMatrix& query, const FeatureMatrix& matrix) {
+std::vector<float> squaredDistances(const FeatureMatrix& query, const FeatureMatrix& matrix) {
     const std::size_t width = matrix.shape(1);
+    std::vector<float> distances(matrix.shape(0));
+    constexpr std::size_t leastRows = 2000;  // a millisecond's work, many times a thread's start
+    inParallel(distances.size(), leastRows, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t row = begin; row < end; ++row) {
+            distances[row] = faiss::fvec_L2sqr(query.data(), matrix.data() + row * width, width);
+        }
+    });
+    return distances;
+}
+
+/// What the index does with its rows for one query: the rows are offered in their order, whoever
+/// measured them. In the index it runs in a parallel region, where memory that is refused ends the
+/// process.
+template <class Handler>
+void offerRows(Handler handler, const std::vector<float>& distances) {
     typename Handler::SingleResultHandler result(handler);
     result.begin(0);
-    for (std::size_t row = 0; row < matrix.shape(0); ++row) {
-        result.add_result(faiss::fvec_L2sqr(query.data(), matrix.data() + row * width, width),
-                          static_cast<Label>(row));
+    for (std::size_t row = 0; row < distances.size(); ++row) {
+        result.add_result(distances[row], static_cast<Label>(row));
     }
     result.end();
 }
@@ -42,10 +56,13 @@ Nearest nearestRows(std::uint32_t k, const FeatureMatrix& query, const FeatureMa
         // Refused in the index's own words.
         faiss::IndexFlatL2(static_cast<Label>(matrix.shape(1)))
             .search(1, query.data(), 0, distances, labels);
-    } else if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
-        offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k), query, matrix);
+        return nearest;
+    }
+    const std::vector<float> ofRows = squaredDistances(query, matrix);
+    if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
+        offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k), ofRows);
     } else {
-        offerRows(faiss::ReservoirResultHandler<Order>(1, distances, labels, k), query, matrix);
+        offerRows(faiss::ReservoirResultHandler<Order>(1, distances, labels, k), ofRows);
     }
     return nearest;
 }

@@ -15,7 +15,7 @@ namespace quillon {
 /// the query element by element is left out, its place in the k not refilled. `queryShape` 1 × D,
 /// `shapeMatrix` N × 512. Throws std::invalid_argument for D < 512, before anything else, and the
 /// index's exception for k = 0; a wider query is searched by its first columns, and then no row is
-/// its equal. Runs on the calling thread.
+/// its equal. Large libraries are measured on several threads, which changes no hit.
 void searchByShape(std::uint32_t k, const FeatureMatrix& queryShape,
                    const FeatureMatrix& shapeMatrix, float minThreshold,
                    std::vector<SearchResult>& hits);

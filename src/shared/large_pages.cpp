@@ -18,11 +18,10 @@ void preferLargePages(void* memory, std::size_t bytes) noexcept {
     }
     // All of the pages, those included that the array has a part of: a mapping whose pages differ
     // in their advice can't be moved by realloc, which copies it then.
-    const auto pageBytes = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    const std::uintptr_t first = address / pageBytes * pageBytes;
-    const std::uintptr_t end = (address + bytes + pageBytes - 1) / pageBytes * pageBytes;
-    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+    const auto pageBytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t ahead = reinterpret_cast<std::uintptr_t>(memory) % pageBytes;
+    const std::size_t pages = (ahead + bytes + pageBytes - 1) / pageBytes;
+    madvise(static_cast<char*>(memory) - ahead, pages * pageBytes, MADV_HUGEPAGE);
 }
 
 #else

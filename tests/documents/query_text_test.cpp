@@ -77,6 +77,7 @@ TEST(IsMeaninglessText, DoesNotHoldForRealTexts) {
              "12a"sv,
              "1-2"sv,
              "2024-01"sv,
+             "door ~ 90"sv,
              "   a"sv,
              " A$C"sv,
              "A$c"sv,

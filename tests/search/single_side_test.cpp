@@ -107,11 +107,11 @@ TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
     }
 }
 
-// Copies, distances that are no numbers or infinite, and the index's two ways to keep the nearest:
-// below k = 100 and from there on.
+// Copies, distances that are no numbers or infinite, as many rows as several threads share, and the
+// index's two ways to keep the nearest: below k = 100 and from there on.
 TEST(SearchByText, GivesTheAnswersOfTheIndex) {
     std::mt19937 random(2);
-    for (const std::size_t rowCount : {1U, 99U, 100U, 101U, 250U, 1500U}) {
+    for (const std::size_t rowCount : {1U, 99U, 100U, 101U, 250U, 1500U, 9001U}) {
         FeatureMatrix rows = FeatureMatrix::from_shape({rowCount, 8});
         for (std::size_t r = 0; r < rowCount; ++r) {
             const float scale = random() % 100 == 0 ? 1e30F : 1.0F;

@@ -106,6 +106,25 @@ TEST(ReachesOfNeighbourhoods, AreNearInClusters) {
     EXPECT_GT(near, side.distinct.size() * 9 / 10);
 }
 
+// Small crowds along axes of their own are all as far from every centre, so that no split parts
+// them.
+TEST(ReachesOfNeighbourhoods, AreNearWhereNoSplitPartsTheRows) {
+    constexpr std::size_t rowCount = 360;
+    RandomLibrary library =
+        makeRandomLibrary(LibraryKind::uniform, LibraryKind::uniform, rowCount, 1);
+    std::fill(library.shapeMatrix.begin(), library.shapeMatrix.end(), 0.0F);
+    for (std::size_t row = 0; row < rowCount; ++row) {
+        library.shapeMatrix(row, row / crowdSize) = 1.0F;
+        library.shapeMatrix(row, rowCount / crowdSize + row) = 0.25F;
+    }
+    const SideRows side = stackRows(library.queryShape, library.shapeMatrix);
+    const std::vector<float> reaches = reachesOfNeighbourhoods(side);
+    // But for the crowds of the centres, and one that lies across the end of the rows held against
+    // each other.
+    EXPECT_GT(std::count_if(reaches.begin(), reaches.end(), [](float reach) { return reach < 1; }),
+              320);
+}
+
 TEST(ReachesOfNeighbourhoods, AreUnknownForRowsTooLong) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::notFinite, LibraryKind::notFinite, 300, 1);

@@ -87,10 +87,12 @@ TEST(DistanceBounds, HoldForVectorsWhoseProductsVanish) {
 }
 
 // The worst that any order of summation may do, worked out in 64-bit floats: every rounding of both
-// sums the whole bound off, and both in opposite directions.
+// sums the whole bound off, and both in opposite directions. Three times the length in the same
+// direction leaves no room but the hundredth.
 TEST(DistanceBounds, HaveRoomForTheWorstRounding) {
     for (const double length : {1e-18, 1e-3, 1.0, 1e10, 1e18}) {
-        for (const double otherLength : {0.0, 1e-3 * length, length, 2.0 * length, 30.0 * length}) {
+        for (const double otherLength :
+             {0.0, 1e-3 * length, length, 2.0 * length, 3.0 * length, 30.0 * length}) {
             const double gamma = 520.0 * 0x1p-24 / (1.0 - 520.0 * 0x1p-24);
             const double worst = gamma * (length + otherLength) * (length + otherLength);
             const double exact = (length - otherLength) * (length - otherLength);
@@ -98,6 +100,10 @@ TEST(DistanceBounds, HaveRoomForTheWorstRounding) {
             EXPECT_LE(exact + worst, atMost(exact - worst, bounds)) << length << otherLength;
             EXPECT_GE(std::max(0.0, exact - worst), atLeast(exact + worst, bounds))
                 << length << otherLength;
+            // No more room than is needed, unless much of it is for underflow.
+            if (otherLength == 3.0 * length && length > 1e-18) {
+                EXPECT_LE(atMost(exact - worst, bounds), exact + 1.1 * worst) << length;
+            }
         }
     }
 }

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Runs what users run: the documents' own commands and snippets, and the scripts and examples around
+# the program, against a program that is built.
+#     scripts/test-users.sh [PROGRAM]    build/release/quillon unless told, built if it is not there
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh python3
+[ $# -gt 0 ] || scripts/build.sh release
+
+# Debian's own Python, because the packages above belong to it.
+QUILLON=$(realpath "${1:-build/release/quillon}") PYTHONDONTWRITEBYTECODE=1 \
+    /usr/bin/python3 -m unittest discover -s tests/users -p '*_test.py'
