@@ -6,13 +6,11 @@ cd "$(dirname "$0")/.."
 
 scripts/windows-dependencies.sh
 
-arguments=()
-[ -z "${CI:-}" ] || arguments+=(-DQUILLON_WERROR=ON)
 echo "Building preset win64"
 log=build/win64/build.log
 mkdir -p build/win64
 [ $# -gt 0 ] || set -- all
-if ! { cmake --preset win64 "${arguments[@]}" && cmake --build --preset win64 --target "$@"; } >"$log" 2>&1; then
+if ! { cmake --preset win64 && cmake --build --preset win64 --target "$@"; } >"$log" 2>&1; then
     cat "$log"
     exit 1
 fi

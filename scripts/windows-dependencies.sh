@@ -14,7 +14,7 @@ source_of() { dpkg-query -W -f '${source:Package}=${source:Version}' "$1"; }
 sources=("$(source_of libfaiss-dev)" "$(source_of libopenblas-openmp-dev)" "$(source_of libsimdjson-dev)")
 
 key=$({
-    cat "$0" cmake/windows/*
+    cat scripts/windows-dependencies.sh cmake/windows/{CMakeLists.txt,toolchain.cmake,unused_lapack.c}
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev \
         nlohmann-json3-dev libxtensor-dev xtl-dev libboost-dev libgtest-dev
     printf '%s\n' "${sources[@]}"
@@ -54,18 +54,18 @@ END
 chmod +x "$work/bin/x86_64-w64-mingw32-gcc"
 
 # Kernels for SSE3, AVX2 and AVX-512; the processor decides at run time. Of what can be called, only the
-# single-precision products are built.
+# single-precision products are built, and no kernels of their own for small ones.
 echo "Building OpenBLAS for Windows"
-if ! PATH=$work/bin:$PATH make -C "$work/openblas" -j "$(nproc)" \
+if ! PATH=$work/bin:$PATH make -C "$work/openblas" -j "$(nproc)" libs \
     CC=x86_64-w64-mingw32-gcc AR=x86_64-w64-mingw32-ar RANLIB=x86_64-w64-mingw32-ranlib HOSTCC=gcc \
-    TARGET=PRESCOTT DYNAMIC_ARCH=1 DYNAMIC_LIST="HASWELL SKYLAKEX" BUILD_SINGLE=1 \
-    SUBDIRS="interface driver/level3 driver/others" SBLAS1OBJS= SBLAS2OBJS= SBLAS3OBJS="sgemm.obj ssyrk.obj" \
-    NOFORTRAN=1 NO_LAPACK=1 NO_CBLAS=1 NO_SHARED=1 USE_OPENMP=1 NUM_THREADS=64 MAKE_NB_JOBS=0 \
-    libs >"$work/openblas.log" 2>&1; then
+    TARGET=PRESCOTT DYNAMIC_ARCH=1 DYNAMIC_LIST="HASWELL SKYLAKEX" USE_OPENMP=1 NUM_THREADS=64 \
+    BUILD_SINGLE=1 NOFORTRAN=1 NO_LAPACK=1 NO_CBLAS=1 NO_SHARED=1 SMALL_MATRIX_OPT=0 MAKE_NB_JOBS=0 \
+    SUBDIRS="interface driver/level3 driver/others" \
+    SBLAS1OBJS= SBLAS2OBJS= SBLAS3OBJS="sgemm.obj ssyrk.obj" >"$work/openblas.log" 2>&1; then
     tail -n 40 "$work/openblas.log"
     exit 1
 fi
-cp "$work"/openblas/libopenblas*.a "$prefix/lib/libopenblas.a"
+cp "$work/openblas/libopenblas.a" "$prefix/lib/"  # a link to the name with the version
 
 # mingw-w64 has no posix_memalign; what faiss does for another Windows compiler fits it.
 sed -i 's/^#define posix_memalign_free free$/#include <malloc.h>\
