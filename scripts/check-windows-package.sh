@@ -23,9 +23,9 @@ unzip -q "build/$name.zip" -d "$checked"
 unset WINEPATH
 export WINEPREFIX=$checked/wine WINEDEBUG=-all LC_ALL=C.UTF-8
 mkdir "$WINEPREFIX"
-wineboot --init >/dev/null 2>&1
 wineserver -p
 trap 'wineserver -k' EXIT
+wineboot --init >/dev/null 2>&1
 
 windows=$checked/$name/quillon.exe
 cp -r examples/drawings tests/data "$checked"
@@ -41,8 +41,8 @@ fi
 
 # Outside metadata trees a hit names a folder and no path, so that nothing in a result is the
 # system's own. The new name is as long as the old one: in binary lists lengths stand before texts.
-find "$checked/drawings" "$checked/data" -depth -name .blocksMetadata -execdir mv {} -blocksMetadata \;
-find "$checked/drawings" "$checked/data" -name '*list.*' -exec sed -i 's/\.blocksMetadata/-blocksMetadata/' {} +
+find "$checked/drawings" "$checked/data" -depth -name .blocksMetadata -execdir mv {} _blocksMetadata \;
+find "$checked/drawings" "$checked/data" -name '*list.*' -exec sed -i 's/\.blocksMetadata/_blocksMetadata/' {} +
 
 # The text that a program printed, without its times, the path of its own result and its line ends.
 as_text() {

@@ -7,6 +7,10 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh zip
 scripts/build-windows.sh quillon
 
+# The same bytes from the same sources: all times are that of the commit.
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+
 version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 name=quillon-$version-win64
 folder=build/package/$name
@@ -23,10 +27,8 @@ for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjso
     sed 's/$/\r/' "/usr/share/doc/$package/copyright" >"$folder/licenses/$package.txt"
 done
 
-# The same bytes from the same sources: the files have the time of the commit.
-find build/package -exec touch -d "@$(git log -1 --format=%ct)" {} +
 (cd "$folder" && find . -type f ! -name SHA256SUMS | sort | xargs sha256sum >SHA256SUMS)
-touch -d "@$(git log -1 --format=%ct)" "$folder/SHA256SUMS" "$folder"
+find build/package -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
 rm -f "build/$name.zip"
 (cd build/package && find "$name" | sort | TZ=UTC zip -X -q "../$name.zip" -@)
 (cd build && sha256sum "$name.zip" | tee "$name.zip.sha256")

@@ -9,7 +9,8 @@ scripts/build-windows.sh
 # A Windows of our own; its server stays until all tests are done, which saves its start for each.
 export WINEPREFIX=${WINEPREFIX:-$PWD/build/wine} WINEDEBUG=-all LC_ALL=C.UTF-8
 mkdir -p "$WINEPREFIX"
-wineboot --init >/dev/null 2>&1
+wineserver -k || true  # one that a run left behind
 wineserver -p
 trap 'wineserver -k' EXIT
+wineboot --init >/dev/null 2>&1
 ctest --preset win64 -j "$(nproc)"
