@@ -112,8 +112,11 @@ TEST(ReadJsonFile, CannotOpenAFolder) {
 TEST(ReadJsonFile, ReportsAnUnknownExtension) {
     const TempFolder folder;
     for (const char* name : {"list.JSON", "list.Cbor", "list.json5", "list.jso", "list.txt", "list",
-                             "list.", ".json", "list.json ", "l.cbor.gz", "blah \"q\".bin",
-                             "list.json.txt", "list.ubjson", "list.js", "椅子"}) {
+#ifndef _WIN32  // which has no such name
+                             "blah \"q\".bin",
+#endif
+                             "list.", ".json", "list.json ", "l.cbor.gz", "list.json.txt",
+                             "list.ubjson", "list.js", "椅子"}) {
         const fs::path path = folder.write(name, "[1]"sv);
         EXPECT_EQ(thrownText<std::runtime_error>([&] { readJsonFile(path); }),
                   "Unknown input file format! " + utf8FromPath(path));
