@@ -21,8 +21,8 @@ namespace {
 
 /// Kernels of OpenBLAS that run here; any x86-64 processor has the first.
 std::vector<std::string> runnableKernels() {
-#ifdef _WIN32  // whose BLAS has three
-    std::vector<std::string> kernels{"Prescott"};
+#ifdef _WIN32  // whose BLAS has three; the first goes by the name of the oldest processor for it
+    std::vector<std::string> kernels{"Katmai"};
     constexpr bool hasAll = false;
 #else
     std::vector<std::string> kernels{"Nehalem"};
