@@ -5,7 +5,14 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh python3
+scripts/install-packages.sh \
+    python3 \
+    python3-bjdata \
+    python3-bson \
+    python3-cbor2 \
+    python3-jsonschema \
+    python3-msgpack \
+    python3-ubjson
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.

@@ -26,7 +26,15 @@ struct LoadCounters {
     std::uint64_t uniqueBlocks = 0;    // blocks that entered the library
 };
 
-/// Row r of both matrices and `records[r]` speak of one block. Only read once it is loaded.
+/// Whose vectors a load keeps: a search of one side never looks at the other's, and to place rows is
+/// much of what a load costs.
+struct KeptSides {
+    bool shape = true;
+    bool text = true;
+};
+
+/// Row r of both matrices and `records[r]` speak of one block. A side that was not kept has no rows.
+/// Only read once it is loaded.
 struct BlockLibrary {
     std::vector<BlockRecord> records;
     LoadCounters counters;

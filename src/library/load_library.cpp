@@ -90,7 +90,7 @@ void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibr
 }  // namespace
 
 void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLoad, bool dedupe,
-                      BlockLibrary& library) {
+                      BlockLibrary& library, KeptSides kept) {
     const JsonTree list(readJsonFile(fileListPath));
     const json& files = memberOf(list.root, filesKey);
     library.counters.totalDrawings = files.size();
@@ -100,6 +100,7 @@ void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLo
     print("Loading encodings from {} files in {}\n", files.size(), fileListPath);
 
     MergeState state;
+    state.kept = kept;
     if (parallelLoad) {
         loadParallel(files, dedupe, state, library);
     } else {
@@ -116,8 +117,8 @@ void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLo
     print("    unique blocks: {}\n", library.counters.uniqueBlocks);
     print("duplicated blocks: {}\n", state.duplicateCount);
 
-    library.shapeMatrix = std::move(state.shapes).takeMatrix(state.uniqueCount);
-    library.textMatrix = std::move(state.texts).takeMatrix(state.uniqueCount);
+    library.shapeMatrix = std::move(state.shapes).takeMatrix(kept.shape ? state.uniqueCount : 0);
+    library.textMatrix = std::move(state.texts).takeMatrix(kept.text ? state.uniqueCount : 0);
 }
 
 }  // namespace quillon

@@ -9,7 +9,7 @@ namespace quillon {
 
 /// Reads the list and every encodings file in it, merges the blocks in list order and leaves them
 /// in `library`, which must be empty. Rows, records and counts depend on the list and the files
-/// alone, not on threads. Prints the progress line, one message for each failure, and the summary.
+/// alone, not on threads. The vectors of a side that is not kept are checked all the same. Prints the progress line, one message for each failure, and the summary.
 ///
 /// With `parallelLoad` the files are read on several threads: a file that can't be read or parsed
 /// is a warning, printed in list order ahead of everything the merge prints; one of a wrong
@@ -19,6 +19,6 @@ namespace quillon {
 /// Throws std::runtime_error when the list names no files or no block was accepted, and what the
 /// documents throw.
 void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLoad, bool dedupe,
-                      BlockLibrary& library);
+                      BlockLibrary& library, KeptSides kept = {});
 
 }  // namespace quillon

@@ -9,12 +9,14 @@
 namespace quillon {
 namespace {
 
-void appendRow(const GrowingRows& source, std::size_t row, const std::exception_ptr& fault,
-               GrowingRows& target) {
+void addRow(const GrowingRows& source, std::size_t row, const std::exception_ptr& fault,
+            bool isKept, GrowingRows& target) {
     if (fault) {
         std::rethrow_exception(fault);
     }
-    std::copy_n(source.row(row), source.rowWidth(), target.append());
+    if (isKept) {
+        std::copy_n(source.row(row), source.rowWidth(), target.append());
+    }
 }
 
 }  // namespace
@@ -31,8 +33,8 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
             return;
         }
         records.push_back({encodingsPath, std::move(block.key)});
-        appendRow(drawing.shapes, index, block.shapeFault, state.shapes);
-        appendRow(drawing.texts, index, block.textFault, state.texts);
+        addRow(drawing.shapes, index, block.shapeFault, state.kept.shape, state.shapes);
+        addRow(drawing.texts, index, block.textFault, state.kept.text, state.texts);
         ++state.uniqueCount;
     };
 

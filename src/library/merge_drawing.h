@@ -20,8 +20,9 @@ struct MergeState {
     /// Room for 64 MB of shapes before anything has to move; what is not used takes no memory.
     static constexpr std::size_t expectedRows = std::size_t{1} << 15U;
 
+    KeptSides kept;
     std::unordered_set<std::string> seenCodes;
-    GrowingRows shapes{shapeWidth, expectedRows};  // of the accepted blocks
+    GrowingRows shapes{shapeWidth, expectedRows};  // of the accepted blocks, if kept
     GrowingRows texts{textWidth, expectedRows};
     std::uint64_t uniqueCount = 0;
     std::uint64_t duplicateCount = 0;

@@ -47,6 +47,10 @@ const char* queryTypeName(QueryType type) {
     }
 }
 
+KeptSides sidesOf(QueryType type) {
+    return {type != QueryType::ByText, type != QueryType::ByShape};
+}
+
 void printSettings(const RunOptions& options) {
     print("   Query Block: {}\n", options.queryBlock);
     print("Block fileList: {}\n", options.fileList);
@@ -79,11 +83,12 @@ int run(const std::vector<std::string>& arguments) {
     print("Get query block time: {} ms\n", elapsedMs(startTime, queryReadTime));
 
     BlockLibrary library;
-    loadBlockLibrary(options.fileList, options.parallelLoad, options.dedupe, library);
+    loadBlockLibrary(options.fileList, options.parallelLoad, options.dedupe, library,
+                     sidesOf(queryType));
     const auto loadedTime = Clock::now();
     print("Create index time: {} ms\n", elapsedMs(queryReadTime, loadedTime));
 
-    const auto rows = static_cast<std::uint32_t>(library.shapeMatrix.shape(0));
+    const auto rows = static_cast<std::uint32_t>(library.counters.uniqueBlocks);
     const std::uint32_t k = std::min(rows, options.topK);
     const std::vector<SearchResult> hits =
         searchLibrary(queryType, k, query, library, minThreshold);

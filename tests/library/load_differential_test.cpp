@@ -46,24 +46,34 @@ std::vector<std::uint64_t> countersOf(const BlockLibrary& library) {
             counters.uniqueBlocks};
 }
 
-/// Both loads of one list in both modes, with and without deduplication.
+void expectSameRows(const FeatureMatrix& ours, const FeatureMatrix& plain, bool isKept) {
+    if (isKept) {
+        ASSERT_TRUE(bitsOf(ours) == bitsOf(plain));
+    } else {
+        ASSERT_EQ(ours.shape(0), 0U);
+    }
+}
+
+/// Both loads of one list in both modes, with and without deduplication, and ours of one side alone.
 void expectSameLoads(const std::filesystem::path& list, const std::string& label) {
     for (const bool parallelLoad : {true, false}) {
         for (const bool dedupe : {true, false}) {
-            const LoadOutcome ours = load(list, parallelLoad, dedupe);
             const LoadOutcome plain = outcomeOf([&](BlockLibrary& library) {
                 reference::loadBlockLibrary(list, parallelLoad, dedupe, library);
             });
             const std::string where = label + (parallelLoad ? ", parallel" : ", one at a time") +
                                       (dedupe ? "" : ", no dedup");
-            ASSERT_EQ(ours.console, plain.console) << where;
-            ASSERT_EQ(ours.failure, plain.failure) << where;
-            ASSERT_EQ(recordsOf(ours.library), recordsOf(plain.library)) << where;
-            ASSERT_EQ(countersOf(ours.library), countersOf(plain.library)) << where;
-            ASSERT_TRUE(bitsOf(ours.library.shapeMatrix) == bitsOf(plain.library.shapeMatrix))
-                << where;
-            ASSERT_TRUE(bitsOf(ours.library.textMatrix) == bitsOf(plain.library.textMatrix))
-                << where;
+            for (const KeptSides kept : {KeptSides{}, {true, false}, {false, true}}) {
+                SCOPED_TRACE(where + (kept.shape ? "" : ", no shapes") +
+                             (kept.text ? "" : ", no texts"));
+                const LoadOutcome ours = load(list, parallelLoad, dedupe, kept);
+                ASSERT_EQ(ours.console, plain.console);
+                ASSERT_EQ(ours.failure, plain.failure);
+                ASSERT_EQ(recordsOf(ours.library), recordsOf(plain.library));
+                ASSERT_EQ(countersOf(ours.library), countersOf(plain.library));
+                expectSameRows(ours.library.shapeMatrix, plain.library.shapeMatrix, kept.shape);
+                expectSameRows(ours.library.textMatrix, plain.library.textMatrix, kept.text);
+            }
         }
     }
 }

@@ -77,6 +77,24 @@ TEST(MergeOfDrawings, RowsRecordsAndCountsGoTogether) {
     EXPECT_EQ(marks(std::move(merged.state.texts).takeMatrix(3)), (std::vector<float>{-2, -5, -4}));
 }
 
+TEST(MergeOfDrawings, ASideThatIsNotKeptHasNoRows) {
+    for (const KeptSides kept : {KeptSides{true, false}, {false, true}}) {
+        Merged merged;
+        merged.state.kept = kept;
+        merged.add(drawingOf({"a*A*1", "b*B*2"}));
+        EXPECT_EQ(merged.state.uniqueCount, 2U);
+        EXPECT_EQ(merged.state.shapes.rowCount(), kept.shape ? 2U : 0U);
+        EXPECT_EQ(merged.state.texts.rowCount(), kept.text ? 2U : 0U);
+
+        DrawingBlocks drawing = drawingOf({"c*C*3"});
+        (kept.shape ? drawing.blocks[0].textFault : drawing.blocks[0].shapeFault) =
+            failureOf("no number");
+        merged.add(std::move(drawing));
+        EXPECT_EQ(merged.failure, "no number");
+        EXPECT_EQ(merged.state.uniqueCount, 2U);
+    }
+}
+
 TEST(MergeOfDrawings, RemarksComeInTheirOrderUpToTheFailure) {
     Merged merged;
     DrawingBlocks drawing = drawingOf({"a*A*1", "b*B*2", "zero*Z*0"});

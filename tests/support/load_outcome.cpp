@@ -15,9 +15,11 @@ LoadOutcome outcomeOf(const std::function<void(BlockLibrary&)>& loadInto) {
     return outcome;
 }
 
-LoadOutcome load(const std::filesystem::path& list, bool parallelLoad, bool dedupe) {
-    return outcomeOf(
-        [&](BlockLibrary& library) { loadBlockLibrary(list, parallelLoad, dedupe, library); });
+LoadOutcome load(const std::filesystem::path& list, bool parallelLoad, bool dedupe,
+                 KeptSides kept) {
+    return outcomeOf([&](BlockLibrary& library) {
+        loadBlockLibrary(list, parallelLoad, dedupe, library, kept);
+    });
 }
 
 std::string summary(std::size_t drawings, std::size_t total, std::size_t unique,

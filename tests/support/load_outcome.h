@@ -21,7 +21,8 @@ struct LoadOutcome {
 LoadOutcome outcomeOf(const std::function<void(BlockLibrary&)>& loadInto);
 
 /// Of `loadBlockLibrary`.
-LoadOutcome load(const std::filesystem::path& list, bool parallelLoad, bool dedupe = true);
+LoadOutcome load(const std::filesystem::path& list, bool parallelLoad, bool dedupe = true,
+                 KeptSides kept = {});
 
 /// The lines that end a successful load.
 std::string summary(std::size_t drawings, std::size_t total, std::size_t unique,
