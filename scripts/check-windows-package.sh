@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Makes the zip of the Windows program, unpacks it where nothing of mingw-w64 is in reach, and has the
-# program search under wine, beside the Linux program, whose results must be the same bytes:
-#     scripts/check-windows-package.sh [PROGRAM]    build/release/quillon unless told, built if not there
+# Makes the zip of the Windows program, unpacks it where nothing of mingw-w64 is in reach, and has
+# the program search under wine, beside the Linux program, whose results must be the same bytes:
+#     scripts/check-windows-package.sh [PROGRAM]
+# PROGRAM is the Linux program, build/release/quillon unless told, which is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -41,8 +42,9 @@ fi
 
 # Outside metadata trees a hit names a folder and no path, so that nothing in a result is the
 # system's own. The new name is as long as the old one: in binary lists lengths stand before texts.
-find "$checked/drawings" "$checked/data" -depth -name .blocksMetadata -execdir mv {} _blocksMetadata \;
-find "$checked/drawings" "$checked/data" -name '*list.*' -exec sed -i 's/\.blocksMetadata/_blocksMetadata/' {} +
+sources=("$checked/drawings" "$checked/data")
+find "${sources[@]}" -depth -name .blocksMetadata -execdir mv {} _blocksMetadata \;
+find "${sources[@]}" -name '*list.*' -exec sed -i 's/\.blocksMetadata/_blocksMetadata/' {} +
 
 # The text that a program printed, without its times, the path of its own result and its line ends.
 as_text() {
@@ -53,16 +55,17 @@ as_text() {
 compared=0
 compare() {
     local folder=$checked/$1 output=$2
+    local ours=$checked/windows/$output theirs=$checked/linux/$output
     shift 2
     mkdir -p "$checked/linux" "$checked/windows"
-    (cd "$folder" && "$linux" "$@" /output "$checked/linux/$output") >"$checked/linux/console.txt"
-    (cd "$folder" && wine "$windows" "$@" /output "Z:$checked/windows/$output") >"$checked/windows/console.txt"
+    (cd "$folder" && "$linux" "$@" /output "$theirs") >"$theirs.console"
+    (cd "$folder" && wine "$windows" "$@" /output "Z:$ours") >"$ours.console"
     # Lines of the console and of indented JSON end as each system ends lines.
-    cmp <(as_text "$checked/linux/console.txt") <(as_text "$checked/windows/console.txt")
-    if [ "${*: -1}" = /pretty ] && [ "${output##*.}" = json ]; then
-        cmp <(sed 's/$/\r/; $s/\r$//' "$checked/linux/$output") "$checked/windows/$output"
+    cmp <(as_text "$theirs.console") <(as_text "$ours.console")
+    if [ "$output" = pretty.json ]; then
+        cmp <(sed 's/$/\r/; $s/\r$//' "$theirs") "$ours"
     else
-        cmp "$checked/linux/$output" "$checked/windows/$output"
+        cmp "$theirs" "$ours"
     fi
     compared=$((compared + 1))
 }
@@ -72,7 +75,9 @@ for format in json bson cbor msgpack ubj jdb; do
         compare drawings "result.$format" /filelist filelist.json /encode queries/2-npn.json \
             /method "$method" /topk 12 /min 0.1
     done
-    compare drawings "pretty.$format" /filelist filelist.json /encode queries/1-door-23-3.json /pretty
-    compare "data/$format" "result.$format" /filelist "list.$format" /encode "query.$format" /topk -1
+    compare drawings "pretty.$format" /filelist filelist.json \
+        /encode queries/1-door-23-3.json /pretty
+    compare "data/$format" "result.$format" \
+        /filelist "list.$format" /encode "query.$format" /topk -1
 done
 echo "$name.zip: the sample's doors found, $compared results and console texts as on Linux"

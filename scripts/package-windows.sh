@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes build/quillon-VERSION-win64.zip: the Windows program with what belongs to it, and beside it the
-# zip's SHA-256.
+# Makes build/quillon-VERSION-win64.zip: the Windows program with what belongs to it, and beside it
+# the zip's SHA-256.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,8 +22,8 @@ for document in README.md LICENSE THIRD-PARTY.md docs/windows.md; do
     sed 's/$/\r/' "$document" >"$folder/$document"
 done
 [ ! -d docs/schema ] || cp -r docs/schema "$folder/docs"
-for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev libxtensor-dev \
-    xtl-dev libboost1.74-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
+for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev \
+    libxtensor-dev xtl-dev libboost1.74-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     sed 's/$/\r/' "/usr/share/doc/$package/copyright" >"$folder/licenses/$package.txt"
 done
 

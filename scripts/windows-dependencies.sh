@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Provides the libraries that the Windows program links in build/windows-dependencies. They are built
-# once, out of the Debian source packages of the versions that the Linux build uses, and kept in
+# Provides the libraries that the Windows program links in build/windows-dependencies. They are
+# built once, out of the Debian source packages of the versions that the Linux build uses, and kept in
 #     build/windows-cache    or in the folder QUILLON_WINDOWS_CACHE
 # under a name made of everything that they are built from.
 set -euo pipefail
@@ -11,10 +11,12 @@ scripts/install-packages.sh g++-mingw-w64-x86-64-posix gcc make cmake ninja-buil
     libboost-dev libsimdjson-dev libgtest-dev
 
 source_of() { dpkg-query -W -f '${source:Package}=${source:Version}' "$1"; }
-sources=("$(source_of libfaiss-dev)" "$(source_of libopenblas-openmp-dev)" "$(source_of libsimdjson-dev)")
+sources=("$(source_of libfaiss-dev)" "$(source_of libopenblas-openmp-dev)"
+    "$(source_of libsimdjson-dev)")
 
 key=$({
-    cat scripts/windows-dependencies.sh cmake/windows/{CMakeLists.txt,toolchain.cmake,unused_lapack.c}
+    cat scripts/windows-dependencies.sh \
+        cmake/windows/{CMakeLists.txt,toolchain.cmake,unused_lapack.c}
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev \
         nlohmann-json3-dev libxtensor-dev xtl-dev libboost-dev libgtest-dev
     printf '%s\n' "${sources[@]}"
@@ -31,8 +33,9 @@ mkdir -p "$work/lists/partial" "$work/bin" "$prefix/include" "$prefix/lib/cmake"
 trap 'rm -rf "$work"' EXIT
 
 # The machine's own mirrors, asked for sources. Lists of our own leave the machine's as they are.
+keyring=/usr/share/keyrings/debian-archive-keyring.gpg
 apt-get indextargets 'Origin: Debian' 'Created-By: Packages' 'Component: main' --format \
-    'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(REPO_URI) $(RELEASE) $(COMPONENT)' |
+    "deb-src [signed-by=$keyring] \$(REPO_URI) \$(RELEASE) \$(COMPONENT)" |
     sort -u >"$work/sources.list"
 fetch() {
     apt-get -qq -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=/dev/null \
@@ -53,14 +56,14 @@ exec x86_64-w64-mingw32-gcc-posix "$@"
 END
 chmod +x "$work/bin/x86_64-w64-mingw32-gcc"
 
-# Kernels for SSE3, AVX2 and AVX-512; the processor decides at run time. Of what can be called, only the
-# single-precision products are built, and no kernels of their own for small ones.
+# Kernels for SSE3, AVX2 and AVX-512; the processor decides at run time. Of what can be called, only
+# the single-precision products are built, and no kernels of their own for small ones.
 echo "Building OpenBLAS for Windows"
 if ! PATH=$work/bin:$PATH make -C "$work/openblas" -j "$(nproc)" libs \
     CC=x86_64-w64-mingw32-gcc AR=x86_64-w64-mingw32-ar RANLIB=x86_64-w64-mingw32-ranlib HOSTCC=gcc \
     TARGET=PRESCOTT DYNAMIC_ARCH=1 DYNAMIC_LIST="HASWELL SKYLAKEX" USE_OPENMP=1 NUM_THREADS=64 \
-    BUILD_SINGLE=1 NOFORTRAN=1 NO_LAPACK=1 NO_CBLAS=1 NO_SHARED=1 SMALL_MATRIX_OPT=0 MAKE_NB_JOBS=0 \
-    SUBDIRS="interface driver/level3 driver/others" \
+    BUILD_SINGLE=1 NOFORTRAN=1 NO_LAPACK=1 NO_CBLAS=1 NO_SHARED=1 SMALL_MATRIX_OPT=0 \
+    MAKE_NB_JOBS=0 SUBDIRS="interface driver/level3 driver/others" \
     SBLAS1OBJS= SBLAS2OBJS= SBLAS3OBJS="sgemm.obj ssyrk.obj" >"$work/openblas.log" 2>&1; then
     tail -n 40 "$work/openblas.log"
     exit 1
@@ -77,7 +80,8 @@ echo "Building faiss, simdjson and GoogleTest for Windows"
 faissVersion=${sources[0]#*=}
 if ! { cmake -G Ninja -S cmake/windows -B "$work/build" -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/windows/toolchain.cmake" -DCMAKE_INSTALL_PREFIX="$prefix" \
-    -DSOURCES="$work" -DFAISS_VERSION="${faissVersion%-*}" && cmake --build "$work/build" --target install; } \
+    -DSOURCES="$work" -DFAISS_VERSION="${faissVersion%-*}" &&
+    cmake --build "$work/build" --target install; } \
     >"$work/build.log" 2>&1; then
     cat "$work/build.log"
     exit 1
