@@ -18,10 +18,10 @@ rm -rf build/package
 mkdir -p "$folder/licenses" "$folder/docs"
 x86_64-w64-mingw32-strip -o "$folder/quillon.exe" build/win64/quillon.exe
 # Documents with the line ends that every editor there shows.
-for document in README.md LICENSE THIRD-PARTY.md docs/windows.md; do
+for document in README.md LICENSE THIRD-PARTY.md docs/messages.md docs/windows.md; do
     sed 's/$/\r/' "$document" >"$folder/$document"
 done
-[ ! -d docs/schema ] || cp -r docs/schema "$folder/docs"
+cp -r docs/schema "$folder/docs"
 for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev \
     libxtensor-dev xtl-dev libboost1.74-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     sed 's/$/\r/' "/usr/share/doc/$package/copyright" >"$folder/licenses/$package.txt"
