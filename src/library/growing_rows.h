@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 #include "shared/feature_matrix.h"
@@ -15,10 +16,13 @@ class GrowingRows {
     explicit GrowingRows(std::size_t rowWidth, std::size_t expectedRows = 16)
         : width(rowWidth), expected(expectedRows) {}
 
+    /// When rows have to be moved, they get room for `rows` at once, if it is to be had.
+    void expect(std::size_t rows) { expected = rows; }
+
     /// A new last row, its values not set, valid until the next one is appended.
     float* append() {
         if (count == values.shape(0)) {
-            values.resize({std::max(expected, count + count / 2 + 1), width});
+            grow();
         }
         return values.data() + width * count++;
     }
@@ -36,6 +40,18 @@ class GrowingRows {
     }
 
   private:
+    void grow() {
+        const std::size_t byHalf = count + count / 2 + 1;
+        try {
+            values.resize({std::max(expected, byHalf), width});
+        } catch (const std::bad_alloc&) {
+            if (count == 0 || expected <= byHalf) {
+                throw;
+            }
+            values.resize({byHalf, width});
+        }
+    }
+
     std::size_t width;
     std::size_t expected;
     std::size_t count = 0;

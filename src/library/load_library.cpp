@@ -6,6 +6,7 @@
 //   addDrawingBlocks   merges the blocks: duplicates stay out, the others become records and rows
 #include "library/load_library.h"
 
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <nlohmann/json.hpp>
@@ -47,7 +48,9 @@ std::string textOf(const std::exception_ptr& failure) {
 void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
     std::string remarks;
     std::exception_ptr mergeFailure;
+    std::size_t merged = 0;
     fetchInOrder(files, [&](ListedDrawing&& drawing) {
+        ++merged;
         if (drawing.failure) {
             ++library.counters.failedDrawings;
             print("Warning: {}\n", textOf(drawing.failure));
@@ -55,6 +58,7 @@ void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrar
             try {
                 addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
                                  library.records, remarks);
+                expectMoreOfTheSame(merged, files.size(), state);
             } catch (...) {
                 mergeFailure = std::current_exception();
             }
@@ -69,13 +73,16 @@ void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrar
 /// Either failure is a message, and the load goes on with what was merged before it.
 void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
     FetchBuffers buffers;
+    std::size_t merged = 0;
     for (const json& listed : files) {
+        ++merged;
         std::string remarks;
         std::exception_ptr failure;
         try {
             ListedDrawing drawing = fetchDrawing(listed, buffers);
             addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
                              library.records, remarks);
+            expectMoreOfTheSame(merged, files.size(), state);
         } catch (const std::exception&) {
             failure = std::current_exception();
         }

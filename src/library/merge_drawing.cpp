@@ -21,6 +21,15 @@ void addRow(const GrowingRows& source, std::size_t row, const std::exception_ptr
 
 }  // namespace
 
+void expectMoreOfTheSame(std::size_t merged, std::size_t listed, MergeState& state) {
+    const std::size_t rows = state.uniqueCount;
+    const std::size_t alike = rows * listed / merged;
+    const std::size_t expected =
+        std::max(MergeState::expectedRows, std::min(alike + alike / 16, 8 * rows));
+    state.shapes.expect(expected);
+    state.texts.expect(expected);
+}
+
 void addDrawingBlocks(DrawingBlocks&& drawing,
                       const std::shared_ptr<const std::filesystem::path>& encodingsPath,
                       bool dedupe, MergeState& state, std::vector<BlockRecord>& records,

@@ -28,6 +28,11 @@ struct MergeState {
     std::uint64_t duplicateCount = 0;
 };
 
+/// Expects of all `listed` drawings what the first `merged` ones, at least one, have had, so that
+/// the rows of a large library move once: they are held twice where that is a copy. But no more
+/// than eight times the rows that there are, since the first drawings may be the large ones.
+void expectMoreOfTheSame(std::size_t merged, std::size_t listed, MergeState& state);
+
 /// Merges one drawing. Its blocks enter in order, unless `dedupe` is true and their code has been
 /// seen. A drawing has room for one block with the handle "0": the last of them, added after all
 /// others; the rest vanish uncounted. The drawing's remarks are appended to `remarks`, for the

@@ -24,6 +24,7 @@ using nlohmann::json;
 using test::notUtf8;
 using test::parseErrorText;
 using test::readBytes;
+using test::readText;
 using test::TempFolder;
 using test::thrownText;
 
@@ -111,8 +112,11 @@ TEST(ReadJsonFile, CannotOpenAFolder) {
 TEST(ReadJsonFile, ReportsAnUnknownExtension) {
     const TempFolder folder;
     for (const char* name : {"list.JSON", "list.Cbor", "list.json5", "list.jso", "list.txt", "list",
-                             "list.", ".json", "list.json ", "l.cbor.gz", "blah \"q\".bin",
-                             "list.json.txt", "list.ubjson", "list.js", "椅子"}) {
+#ifndef _WIN32  // which has no such name
+                             "blah \"q\".bin",
+#endif
+                             "list.", ".json", "list.json ", "l.cbor.gz", "list.json.txt",
+                             "list.ubjson", "list.js", "椅子"}) {
         const fs::path path = folder.write(name, "[1]"sv);
         EXPECT_EQ(thrownText<std::runtime_error>([&] { readJsonFile(path); }),
                   "Unknown input file format! " + utf8FromPath(path));
@@ -215,7 +219,7 @@ TEST(WriteJsonFile, IndentsJsonTextByFourBlanksALevel) {
     const TempFolder folder;
     const fs::path path = folder.path() / "pretty.json";
     writeJsonFile(sample, path, true);
-    EXPECT_EQ(readBytes(path), R"({
+    EXPECT_EQ(readText(path), R"({
     "m": [
         null,
         true,

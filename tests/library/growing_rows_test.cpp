@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <limits>
 #include <numeric>
 
 namespace quillon {
@@ -37,6 +39,32 @@ TEST(GrowingRows, TakeWhatIsExpectedFirstAndHalfAsMuchMoreThen) {
         rows.append();
         EXPECT_EQ(rows.capacityBytes(), capacity * bytesOfRow) << rows.rowCount();
     }
+}
+
+TEST(GrowingRows, GrowToWhatIsExpectedByThenUnlessItIsLittle) {
+    GrowingRows rows(3, 4);
+    rows.expect(2);
+    const std::size_t bytesOfRow = 3 * sizeof(float);
+    for (const std::size_t capacity : {2U, 2U, 100U}) {
+        rows.append();
+        EXPECT_EQ(rows.capacityBytes(), capacity * bytesOfRow) << rows.rowCount();
+        rows.expect(100);
+    }
+    while (rows.rowCount() < 101) {
+        rows.append();
+    }
+    EXPECT_EQ(rows.capacityBytes(), 151 * bytesOfRow);
+}
+
+TEST(GrowingRows, MakeDoWithLessThanIsExpected) {
+    GrowingRows rows(3, 2);
+    for (std::size_t r = 0; r < 9; ++r) {
+        rows.append()[2] = static_cast<float>(r);
+        rows.expect(std::numeric_limits<std::size_t>::max() / 16);
+    }
+    EXPECT_EQ(rows.row(7)[2], 7.0F);
+    EXPECT_EQ(rows.row(8)[2], 8.0F);
+    EXPECT_EQ(rows.capacityBytes(), 11 * 3 * sizeof(float));
 }
 
 TEST(GrowingRows, GrowFromOneToo) {

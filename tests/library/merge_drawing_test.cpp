@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -65,6 +67,39 @@ struct Merged {
         return all;
     }
 };
+
+TEST(ExpectMoreOfTheSame, MakesRoomForTheWholeListAtOnceButNotForManyTimesTheRows) {
+    struct Case {
+        std::size_t merged;
+        std::size_t listed;
+        std::size_t capacity;  // once the 32,768 rows expected anyway are full
+    };
+    for (const Case& expected : {Case{1, 2, 69632}, Case{7, 7, 49153}, Case{1, 100, 262144}}) {
+        MergeState state;
+        for (std::size_t i = 0; i < 32768; ++i) {
+            state.shapes.append();
+            state.texts.append();
+        }
+        state.uniqueCount = 32768;
+        expectMoreOfTheSame(expected.merged, expected.listed, state);
+        state.shapes.append();
+        state.texts.append();
+        EXPECT_EQ(state.shapes.capacityBytes(), expected.capacity * 512 * sizeof(float));
+        EXPECT_EQ(state.texts.capacityBytes(), expected.capacity * 384 * sizeof(float));
+    }
+}
+
+TEST(ExpectMoreOfTheSame, LeavesTheFirstCapacityAsItIs) {
+    for (const std::uint64_t blocks : {0U, 1U, 4096U}) {
+        MergeState state;
+        state.uniqueCount = blocks;
+        expectMoreOfTheSame(1, 2, state);
+        state.shapes.append();
+        state.texts.append();
+        EXPECT_EQ(state.shapes.capacityBytes(), 32768 * 512 * sizeof(float));
+        EXPECT_EQ(state.texts.capacityBytes(), 32768 * 384 * sizeof(float));
+    }
+}
 
 TEST(MergeOfDrawings, RowsRecordsAndCountsGoTogether) {
     Merged merged;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "program/program_folder.h"
+#include "shared/utf8_path.h"
 #include "support/documents.h"
 
 namespace quillon::test {
@@ -177,7 +178,7 @@ TEST(CommandLine, PathsAreTakenAsTheyStandAndPrintedQuoted) {
             runIn(folder, {"/encode", name, "/filelist", "list " + name, "/output", "out " + name,
                            "/method", "shape"}),
             console.untilFiles(1) + ConsoleText::summary(1, 5, 5, 0) + ConsoleText::success());
-        EXPECT_TRUE(nlohmann::json::accept(readBytes(folder.path() / ("out " + name))));
+        EXPECT_TRUE(nlohmann::json::accept(readBytes(folder.path() / pathFromUtf8("out " + name))));
     }
 }
 

@@ -21,7 +21,12 @@ using nlohmann::json;
 const std::filesystem::path data = std::filesystem::path(QUILLON_SOURCE_DIR) / "tests/data";
 
 std::string inData(const std::string& name) {
-    return utf8FromPath(data / name);
+    return utf8FromPath((data / name).make_preferred());
+}
+
+/// As JSON text and, which is the same for paths, as the console quotes it.
+std::string quoted(const std::string& path) {
+    return json(path).dump();
 }
 
 /// Runs in a folder with "list.json" alone, the query elsewhere.
@@ -52,7 +57,7 @@ std::string realResult(const std::string& format, const LoadMode& mode, const st
     ConsoleText console;
     console.query = "\"query." + format + '"';
     console.list = "\"list." + format + '"';
-    console.output = '"' + output + '"';
+    console.output = quoted(output);
     console.parallel = mode.parallel;
     console.topK = "4294967295";
     console.method = method == "shape" ? "ByShape" : "ByText";
@@ -60,9 +65,13 @@ std::string realResult(const std::string& format, const LoadMode& mode, const st
     EXPECT_EQ(maskTimes(result.out),
               console.untilFiles(2) + ConsoleText::summary(2, 5, 5, 0) + ConsoleText::success());
     std::string text = resultText(outputs);
-    const std::string folder = inData(format) + "/";
+    const auto inJson = [](const std::string& path) {
+        const std::string inQuotes = quoted(path);
+        return inQuotes.substr(1, inQuotes.size() - 2);
+    };
+    const std::string folder = inJson(inData(format + "/"));
     for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder)) {
-        text.replace(at, folder.size(), inData(""));
+        text.replace(at, folder.size(), inJson(inData("")));
     }
     return text;
 }
@@ -257,7 +266,7 @@ TEST(Formats, NullsInAVectorEndTheLoadOfTheDrawing) {
                 EXPECT_EQ(out, console.untilFiles(1) + report(text));
             } else {
                 const std::string start = console.untilFiles(1) +
-                                          mode.failureLine('"' + path + '"', text) +
+                                          mode.failureLine(quoted(path), text) +
                                           ConsoleText::summary(1, 0, 0, 0) + "exception: Error in ";
                 EXPECT_EQ(out.substr(0, start.size()), start);
             }

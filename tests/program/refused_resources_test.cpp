@@ -1,6 +1,6 @@
 // Runs under limits of the system: too few descriptors, too little memory, no threads. They end
 // with the right result or, where memory does not suffice, with one report.
-#ifdef __linux__
+#ifdef __linux__  // where a command sets such limits for a program
 
 #include <gtest/gtest.h>
 #include <unistd.h>

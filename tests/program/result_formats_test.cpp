@@ -49,8 +49,11 @@ TEST(ResultFormats, ResultsAreWrittenInEachOfThemWhateverPrettySays) {
 
         arguments.emplace_back("/pretty");
         expectCleanEnd(runIn(folder, arguments));
-        EXPECT_EQ(readBytes(folder.path() / output),
-                  extension == ".json" ? expectedResult().dump(4) : bytes);
+        if (extension == ".json") {
+            EXPECT_EQ(readText(folder.path() / output), expectedResult().dump(4));
+        } else {
+            EXPECT_EQ(readBytes(folder.path() / output), bytes);
+        }
     }
 }
 

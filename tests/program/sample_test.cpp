@@ -20,7 +20,15 @@ std::string sampleFolder() {
     return QUILLON_SOURCE_DIR "/examples/drawings";
 }
 
-/// The result document of a run, with SAMPLE in the place of the sample's folder.
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
+        text.replace(at, from.size(), to);
+        at += to.size();
+    }
+}
+
+/// The result document of a run, with SAMPLE in the place of the sample's folder and "/" between
+/// the parts of paths.
 std::string resultOf(const std::string& query, const std::vector<std::string>& more) {
     const TempFolder folder;
     const std::filesystem::path output = folder.path() / "result.json";
@@ -30,11 +38,10 @@ std::string resultOf(const std::string& query, const std::vector<std::string>& m
     arguments.insert(arguments.end(), more.begin(), more.end());
     const ProgramResult result = runProgram(arguments, pathFromUtf8(sampleFolder()));
     EXPECT_EQ(result.status, 0) << result.out << result.error;
-    std::string document = readBytes(output);
-    for (std::size_t at = document.find(sampleFolder()); at != std::string::npos;
-         at = document.find(sampleFolder(), at)) {
-        document.replace(at, sampleFolder().size(), "SAMPLE");
-    }
+    std::string document = readText(output);
+    // Names of blocks have no backslashes here.
+    replaceAll(document, R"(\\)", "/");
+    replaceAll(document, sampleFolder(), "SAMPLE");
     return document;
 }
 

@@ -1,5 +1,5 @@
 // The advice that large arrays carry, as the system reports it.
-#ifdef __linux__
+#ifdef __linux__  // there is none elsewhere
 #include "shared/large_pages.h"
 
 #include <gtest/gtest.h>

@@ -31,8 +31,9 @@ std::string summary(std::size_t drawings, std::size_t total, std::size_t unique,
 }
 
 std::string progressLine(std::size_t files, const std::filesystem::path& list) {
-    return "Loading encodings from " + std::to_string(files) + " files in \"" + utf8FromPath(list) +
-           "\"\n";
+    // A path is quoted as JSON text quotes a string.
+    return "Loading encodings from " + std::to_string(files) + " files in " +
+           nlohmann::json(utf8FromPath(list)).dump() + "\n";
 }
 
 std::string failLine(const nlohmann::json& entry, const std::string& text) {

@@ -1,21 +1,127 @@
 #include "support/run_program.h"
 
 #include <cctype>
-#include <cstdlib>
+#include <stdexcept>
 
 #include "shared/utf8_path.h"
 #include "support/temp_folder.h"
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+// After it, which declares what this one uses.
+#include <psapi.h>
+#else
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <stdexcept>
 #endif
 
 namespace quillon::test {
+
+namespace fs = std::filesystem;
+
+#ifdef _WIN32
+
+namespace {
+
+/// A surrogate alone passes too, in the three bytes that it would have.
+std::wstring wide(const std::string& text) {
+    return fs::path(std::u8string(text.begin(), text.end())).native();
+}
+
+/// As the run-time of every program takes command lines apart: backslashes count only before
+/// quotes.
+std::wstring quoted(const std::wstring& argument) {
+    std::wstring result = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t character : argument) {
+        if (character == L'"') {
+            result.append(backslashes + 1, L'\\');
+        }
+        backslashes = character == L'\\' ? backslashes + 1 : 0;
+        result += character;
+    }
+    return result.append(backslashes, L'\\') + L'"';
+}
+
+HANDLE inheritableFile(const fs::path& path) {
+    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+/// Sets variables ("NAME=VALUE") for the processes started while it lives.
+class Environment {
+  public:
+    explicit Environment(const std::vector<std::string>& assignments) {
+        for (const std::string& assignment : assignments) {
+            const std::size_t equals = assignment.find('=');
+            names.push_back(wide(assignment.substr(0, equals)));
+            SetEnvironmentVariableW(names.back().c_str(),
+                                    wide(assignment.substr(equals + 1)).c_str());
+        }
+    }
+    ~Environment() {
+        for (const std::wstring& name : names) {
+            SetEnvironmentVariableW(name.c_str(), nullptr);
+        }
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+  private:
+    std::vector<std::wstring> names;
+};
+
+}  // namespace
+
+ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::path& workingFolder,
+                         const std::vector<std::string>& launcher) {
+    if (!launcher.empty() && launcher.front() != "env") {
+        throw std::invalid_argument("no such launcher on Windows: " + launcher.front());
+    }
+    const Environment environment(
+        {launcher.empty() ? launcher.end() : launcher.begin() + 1, launcher.end()});
+    std::wstring command = quoted(wide(QUILLON_PROGRAM));
+    for (const std::string& argument : arguments) {
+        command += L" " + quoted(wide(argument));
+    }
+
+    const TempFolder outputs;
+    STARTUPINFOW start{};
+    start.cb = sizeof(start);
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdOutput = inheritableFile(outputs.path() / "out");
+    start.hStdError = inheritableFile(outputs.path() / "error");
+    PROCESS_INFORMATION process{};
+    // Without a console of its own, which would be another way out of the program.
+    const BOOL started =
+        CreateProcessW(pathFromUtf8(QUILLON_PROGRAM).c_str(), command.data(), nullptr, nullptr,
+                       TRUE, DETACHED_PROCESS, nullptr, workingFolder.c_str(), &start, &process);
+    CloseHandle(start.hStdOutput);
+    CloseHandle(start.hStdError);
+    if (started == FALSE) {
+        throw std::runtime_error("cannot start the program");
+    }
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD status = 0;
+    GetExitCodeProcess(process.hProcess, &status);
+    PROCESS_MEMORY_COUNTERS memory{};
+    GetProcessMemoryInfo(process.hProcess, &memory, sizeof(memory));
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+
+    ProgramResult result;
+    result.status = static_cast<int>(status == static_cast<DWORD>(-1) ? 255 : status);
+    result.peakMiB = memory.PeakWorkingSetSize >> 20U;
+    result.out = readText(outputs.path() / "out");
+    result.error = readText(outputs.path() / "error");
+    return result;
+}
+
+#else
+
 namespace {
 
 std::string quoted(const std::string& text) {
@@ -29,14 +135,6 @@ std::string quoted(const std::string& text) {
     }
     return result + "'";
 }
-
-#ifdef _WIN32
-
-void runCommand(const std::string& command, ProgramResult& result) {
-    result.status = std::system(command.c_str());
-}
-
-#else
 
 void runCommand(const std::string& command, ProgramResult& result) {
     std::string shell = "sh";
@@ -54,12 +152,9 @@ void runCommand(const std::string& command, ProgramResult& result) {
     result.peakMiB = static_cast<std::size_t>(usage.ru_maxrss) / 1024;
 }
 
-#endif
-
 }  // namespace
 
-ProgramResult runProgram(const std::vector<std::string>& arguments,
-                         const std::filesystem::path& workingFolder,
+ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::path& workingFolder,
                          const std::vector<std::string>& launcher) {
     const TempFolder outputs;
     // The shell's place is taken by the program, so that status and memory are the program's.
@@ -72,16 +167,16 @@ ProgramResult runProgram(const std::vector<std::string>& arguments,
     }
     command += " >" + quoted(utf8FromPath(outputs.path() / "out")) + " 2>" +
                quoted(utf8FromPath(outputs.path() / "error"));
-#ifndef _WIN32
     // What the test itself was started with is no business of the program's.
     command += " 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-";
-#endif
     ProgramResult result;
     runCommand(command, result);
-    result.out = readBytes(outputs.path() / "out");
-    result.error = readBytes(outputs.path() / "error");
+    result.out = readText(outputs.path() / "out");
+    result.error = readText(outputs.path() / "error");
     return result;
 }
+
+#endif
 
 // By hand, since a regular expression takes minutes over a console text of many megabytes.
 std::string maskTimes(const std::string& consoleText) {

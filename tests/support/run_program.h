@@ -10,14 +10,14 @@ namespace quillon::test {
 
 struct ProgramResult {
     int status = 0;           // exit status; 128 and more after a signal, 255 for -1
-    std::string out;          // standard output, byte for byte
-    std::string error;        // standard error
-    std::size_t peakMiB = 0;  // most memory held at a time; 0 on Windows
+    std::string out;          // standard output, byte for byte but for the line ends of Windows
+    std::string error;        // standard error, likewise
+    std::size_t peakMiB = 0;  // most memory held at a time
 };
 
 /// Runs the program with `arguments` (UTF-8) in `workingFolder`. `launcher` is the command that
 /// starts it and gives its place up to it, with the command's own arguments: "env" with variables,
-/// "prlimit" with limits.
+/// "prlimit" with limits. Windows has "env" alone.
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::filesystem::path& workingFolder,
                          const std::vector<std::string>& launcher = {});

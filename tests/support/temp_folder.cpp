@@ -50,4 +50,23 @@ std::string readBytes(const fs::path& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::string readText(const fs::path& path) {
+    const std::string bytes = readBytes(path);
+#ifdef _WIN32
+    std::string text;
+    for (const char character : bytes) {
+        if (character == '\n') {
+            if (!text.ends_with('\r')) {
+                throw std::runtime_error("a line feed alone in " + utf8FromPath(path));
+            }
+            text.pop_back();
+        }
+        text += character;
+    }
+    return text;
+#else
+    return bytes;
+#endif
+}
+
 }  // namespace quillon::test

@@ -34,4 +34,8 @@ void writeBytes(const std::filesystem::path& path, std::string_view bytes);
 
 std::string readBytes(const std::filesystem::path& path);
 
+/// What a text stream wrote, each line ending with a line feed alone. Throws where a line does not
+/// end as the system's text streams end it.
+std::string readText(const std::filesystem::path& path);
+
 }  // namespace quillon::test

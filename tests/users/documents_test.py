@@ -45,6 +45,12 @@ NOT_RUN = {
     "./scripts/test.sh": CI,
     "./scripts/test.sh asan tsan": CI,
     "./scripts/lint.sh": CI,
+    "./scripts/build-windows.sh": CI,
+    "./scripts/test-windows.sh": CI,
+    "./scripts/package-windows.sh": "scripts/check-windows-package.sh starts with it",
+    "./scripts/check-windows-package.sh": CI,
+    "MSYS_NO_PATHCONV=1 ./quillon.exe /filelist filelist.json /encode query.json /output result.json":
+        "for Windows alone",
     "./scripts/fuzz.sh roads 600": CI,
     "./scripts/bench.sh --full process load search growth": CI,
     "./scripts/coverage.sh": "builds everything once more, for numbers that nothing judges",
