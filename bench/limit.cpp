@@ -27,16 +27,24 @@ void moveRow(const char* from, std::size_t numberBytes, std::size_t width, float
 }
 
 /// The vectors of a side stand one behind the other, each with a head of 3 bytes: the texts at the
-/// end of the file, the shapes ahead of the name of the texts. The keys are shorter than one block.
+/// end of the file, the shapes ahead of the name of the texts.
 void moveFile(std::string_view bytes, std::size_t numberBytes, MovedRows& rows) {
     const std::size_t shapeBytes = 3 + shapeWidth * (numberBytes + 1);
     const std::size_t textBytes = 3 + textWidth * (numberBytes + 1);
-    const std::size_t count = bytes.size() / (shapeBytes + textBytes);
+    // The keys may be as long as a block or two. Between the name of the texts and the first of
+    // them stands their number, in up to 3 bytes.
+    std::size_t count = bytes.size() / (shapeBytes + textBytes);
+    const auto nameOfTexts = [&] {
+        const std::size_t window = bytes.size() - count * textBytes - 8;
+        const std::size_t name = bytes.substr(window, 8).find("text");
+        return name == std::string_view::npos ? name : window + name;
+    };
+    while (count > 0 && nameOfTexts() == std::string_view::npos) {
+        --count;
+    }
+    require(count > 0, "a file is not as it is thought to be");
     const std::size_t texts = bytes.size() - count * textBytes;
-    // Between the name and the texts stands their number, in up to 3 bytes.
-    const std::size_t afterName = bytes.substr(texts - 8, 8).find("text") + 4;
-    require(afterName < 8, "a file is not as it is thought to be");
-    const std::size_t shapes = texts - 8 + afterName - 5 - count * shapeBytes;
+    const std::size_t shapes = nameOfTexts() - 1 - count * shapeBytes;
     for (std::size_t i = 0; i < count; ++i) {
         moveRow(bytes.data() + shapes + i * shapeBytes + 3, numberBytes, shapeWidth,
                 rows.shapes.append());
