@@ -14,8 +14,9 @@
 int main(int /*count*/, char** values) {
     using namespace quillon;
     try {
+        const nlohmann::json list = readJsonFile(pathFromUtf8(values[1]));
         std::vector<std::filesystem::path> files;
-        for (const auto& path : readJsonFile(pathFromUtf8(values[1])).at("files")) {
+        for (const auto& path : list.at("files")) {
             files.push_back(pathFromUtf8(path.get<std::string>()));
         }
         std::size_t blocks = 0;

@@ -118,7 +118,7 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     std::vector<SearchResult>& hits) {
     checkSameWidth(queryShape, shapeMatrix);
     checkSameWidth(queryText, textMatrix);
-    secureProducts();
+    secureProducts(shapeMatrix.shape(0));
     searchAdaptiveBy(quickerWay(k, shapeMatrix.shape(0) + 1), k, queryShape, queryText, shapeMatrix,
                      textMatrix, minThreshold, hits);
 }

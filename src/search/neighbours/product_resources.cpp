@@ -23,6 +23,9 @@ namespace {
 /// 128 MiB for the largest product that OpenBLAS makes at once, and some for what goes with it.
 constexpr std::size_t workSpaceBytes = std::size_t{136} << 20U;
 
+/// Products of fewer rows are made sooner than threads are started.
+constexpr std::size_t leastRowsForThreads = 400;
+
 /// As many as OpenMP gives every time it is asked: its limits come from the environment, and it
 /// starts fewer threads than a product asks for without a word.
 int threadsGranted() {
@@ -60,11 +63,12 @@ void makeFirstProduct() {
 
 }  // namespace
 
-void secureProducts() {
+void secureProducts(std::size_t rows) {
     void* workSpace = ::operator new(workSpaceBytes);
     // A product waits for ever for a thread that does not come.
     omp_set_dynamic(0);
-    const int threadCount = threadsGranted();
+    static const int granted = threadsGranted();  // ahead of what is set here
+    const int threadCount = rows < leastRowsForThreads ? 1 : granted;
     omp_set_num_threads(canStartThreads(threadCount - 1) ? threadCount : 1);
     ::operator delete(workSpace);
     makeFirstProduct();
