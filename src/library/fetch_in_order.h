@@ -9,9 +9,9 @@
 namespace quillon {
 
 /// How much may wait, fetched, for a slower drawing ahead of it: enough for the threads not to wait
-/// for each other, few enough that rows are still in the processor's cache when they are merged, and
-/// little beside any library for which memory matters. What is being fetched already when the limit
-/// is reached still comes on top.
+/// for each other, few enough that rows are still in the processor's cache when they are merged,
+/// and little beside any library for which memory matters. What is being fetched already when the
+/// limit is reached still comes on top.
 inline constexpr std::size_t maxWaitingBytes = std::size_t{8} << 20U;
 inline constexpr std::size_t maxWaitingDrawings = 1024;
 
