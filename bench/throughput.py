@@ -23,7 +23,7 @@ from pathlib import Path
 import numpy as np
 
 sys.path.append(str(Path(__file__).resolve().parents[1] / "scripts"))
-from npz_to_encodings import WIDTHS, write_drawing  # noqa: E402
+from npz_to_encodings import WIDTHS, write_drawing  # noqa: E402, found by the line above
 
 BLOCKS_A_DRAWING = 50
 ROUNDS = 3

@@ -12,7 +12,7 @@ import numpy as np
 from program import ROOT, run
 
 sys.path.append(str(ROOT / "scripts"))
-from npz_to_encodings import cbor_head  # noqa: E402
+from npz_to_encodings import cbor_head  # noqa: E402, found by the line above
 
 ROWS = 300
 DRAWINGS = ["plan b.dwg", "a.dwg", "Grundriß.dwg"]

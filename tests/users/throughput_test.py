@@ -10,7 +10,7 @@ from unittest import mock
 from program import PROGRAM, ROOT
 
 sys.path.append(str(ROOT / "bench"))
-import throughput  # noqa: E402
+import throughput  # noqa: E402, found by the line above
 
 NUMBER = r"[\d,]+(\.\d\d)?"
 
