@@ -24,7 +24,7 @@ struct LibrarySpec {
 struct LibraryFiles {
     std::filesystem::path list;
     std::filesystem::path query;
-    /// A shape vector of one element: a run with "/method shape" loads the library and then ends
+    /// A shape vector of one element: a run with "/method simple" loads the library and then ends
     /// with status 1, before it makes an index.
     std::filesystem::path narrowQuery;
 };

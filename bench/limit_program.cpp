@@ -3,10 +3,9 @@
 //     quillon_limit LIST BLOCKS    fails unless the files of LIST, of 32-bit floats, hold so many
 #include <exception>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <string>
 
-#include "documents/json_file.h"
+#include "benchmark_data.h"
 #include "limit.h"
 #include "measure.h"
 #include "shared/utf8_path.h"
@@ -14,13 +13,9 @@
 int main(int /*count*/, char** values) {
     using namespace quillon;
     try {
-        const nlohmann::json list = readJsonFile(pathFromUtf8(values[1]));
-        std::vector<std::filesystem::path> files;
-        for (const auto& path : list.at("files")) {
-            files.push_back(pathFromUtf8(path.get<std::string>()));
-        }
+        const bench::LibraryFiles library{pathFromUtf8(values[1]), {}, {}};
         std::size_t blocks = 0;
-        for (const bench::MovedRows& rows : bench::loadAtTheLimit(files, 4)) {
+        for (const bench::MovedRows& rows : bench::loadAtTheLimit(bench::listedFiles(library), 4)) {
             blocks += rows.shapes.rowCount();
         }
         bench::require(std::to_string(blocks) == values[2], "blocks of the limit");
