@@ -12,7 +12,7 @@ struct ProgramResult {
     int status = 0;           // exit status; 128 and more after a signal, 255 for -1
     std::string out;          // standard output, byte for byte but for the line ends of Windows
     std::string error;        // standard error, likewise
-    std::size_t peakMiB = 0;  // most memory held at a time
+    std::size_t peakMiB = 0;  // most memory held at a time; 0 under wine, which forgets it
 };
 
 /// Runs the program with `arguments` (UTF-8) in `workingFolder`. `launcher` is the command that
