@@ -24,8 +24,10 @@ void addRow(const GrowingRows& source, std::size_t row, const std::exception_ptr
 void expectMoreOfTheSame(std::size_t merged, std::size_t listed, MergeState& state) {
     const std::size_t rows = state.uniqueCount;
     const std::size_t alike = rows * listed / merged;
-    const std::size_t expected =
-        std::max(MergeState::expectedRows, std::min(alike + alike / 16, 8 * rows));
+    // The next drawing may be the one that the first room is too small for.
+    const std::size_t least =
+        rows < MergeState::firstRows / 2 ? MergeState::firstRows : MergeState::expectedRows;
+    const std::size_t expected = std::max(least, std::min(alike + alike / 16, 8 * rows));
     state.shapes.expect(expected);
     state.texts.expect(expected);
 }

@@ -17,13 +17,17 @@ namespace quillon {
 
 /// What grows while the drawings of one load are merged.
 struct MergeState {
-    /// Room for 64 MB of shapes before anything has to move; what is not used takes no memory.
+    /// Room for a small library, 2 MB of shapes: too little for large pages, of which the first
+    /// alone would take longer to zero than its rows to load.
+    static constexpr std::size_t firstRows = std::size_t{1} << 10U;
+    /// For any other, 64 MB of shapes before they have to move again; what is not used takes no
+    /// memory.
     static constexpr std::size_t expectedRows = std::size_t{1} << 15U;
 
     KeptSides kept;
     std::unordered_set<std::string> seenCodes;
-    GrowingRows shapes{shapeWidth, expectedRows};  // of the accepted blocks, if kept
-    GrowingRows texts{textWidth, expectedRows};
+    GrowingRows shapes{shapeWidth, firstRows};  // of the accepted blocks, if kept
+    GrowingRows texts{textWidth, firstRows};
     std::uint64_t uniqueCount = 0;
     std::uint64_t duplicateCount = 0;
 };

@@ -56,9 +56,9 @@ int wmain(int count, wchar_t** values) {
 #else
 
 int main(int count, char** values) {
-    // The system's own UTF-8 locale: character tests know all of Unicode, and the decimal separator
-    // is the point whatever the user's language.
-    std::setlocale(LC_ALL, "C.UTF-8");
+    // The system's own UTF-8 locale for characters. In everything else the C locale stays, whose
+    // decimal separator is the point whatever the user's language.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     return runGuarded(count, values, [](const char* value) { return std::string(value); });
 }
 

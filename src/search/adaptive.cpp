@@ -71,7 +71,8 @@ float scoreToBeat(const WeightedSides& weighted, const RefinedScores& refined,
 
 /// Settles the rows that may be hits, those with the highest bounds first, until no bound reaches
 /// what has been found. Rows with the bound 0 are left: they have the score 0, or NaN.
-void settleBest(WeightedSides& weighted, const Wanted& wanted, RefinedScores& refined) {
+void settleBest(WeightedSides& weighted, const Wanted& wanted, std::size_t leastAtOnce,
+                RefinedScores& refined) {
     Rows open;
     for (const Row row : allRows(weighted.rowCount())) {
         if (!isSettled(weighted, refined, row) && wanted.mayBeHit[row] != 0 &&
@@ -81,8 +82,7 @@ void settleBest(WeightedSides& weighted, const Wanted& wanted, RefinedScores& re
     }
     std::stable_sort(open.begin(), open.end(),
                      [&](Row a, Row b) { return refined.scores[a] > refined.scores[b]; });
-    // A product for a few rows takes as long as one for some dozens.
-    std::size_t batchRows = std::max<std::size_t>(32, 2 * wanted.k);
+    std::size_t batchRows = std::max(leastAtOnce, 2 * wanted.k);
     for (auto next = open.begin(); next != open.end(); batchRows *= 2) {
         const float toBeat = scoreToBeat(weighted, refined, wanted);
         const auto batchEnd =
@@ -148,7 +148,9 @@ void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatri
     if (weighted.rowCount() <= insertionSorted) {
         settle(weighted, allRows(weighted.rowCount()), refined);
     } else {
-        settleBest(weighted, wanted, refined);
+        // Where lists are still to be made, a product for a few rows takes as long as one for some
+        // dozens.
+        settleBest(weighted, wanted, listedRows == ListedRows::all ? 8 : 32, refined);
     }
 
     const std::vector<std::size_t> order = ascendingOrder(refined.scores);

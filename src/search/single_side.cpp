@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "search/squared_distances.h"
 #include "shared/in_parallel.h"
 
 namespace quillon {
@@ -22,14 +23,15 @@ struct Nearest {
     std::vector<Label> labels;
 };
 
-std::vector<float> squaredDistances(const FeatureMatrix& query, const FeatureMatrix& matrix) {
+std::vector<float> distancesOfRows(const FeatureMatrix& query, const FeatureMatrix& matrix) {
     const std::size_t width = matrix.shape(1);
     std::vector<float> distances(matrix.shape(0));
     constexpr std::size_t leastRows = 2000;  // a millisecond's work, many times a thread's start
     inParallel(distances.size(), leastRows, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t row = begin; row < end; ++row) {
-            distances[row] = faiss::fvec_L2sqr(query.data(), matrix.data() + row * width, width);
-        }
+        forEachDistance(
+            query.data(), width, end - begin,
+            [&](std::size_t i) { return matrix.data() + (begin + i) * width; },
+            [&](std::size_t i, float distance) { distances[begin + i] = distance; });
     });
     return distances;
 }
@@ -58,7 +60,7 @@ Nearest nearestRows(std::uint32_t k, const FeatureMatrix& query, const FeatureMa
             .search(1, query.data(), 0, distances, labels);
         return nearest;
     }
-    const std::vector<float> ofRows = squaredDistances(query, matrix);
+    const std::vector<float> ofRows = distancesOfRows(query, matrix);
     if (k < static_cast<std::uint32_t>(faiss::distance_compute_min_k_reservoir)) {
         offerRows(faiss::HeapResultHandler<Order>(1, distances, labels, k), ofRows);
     } else {

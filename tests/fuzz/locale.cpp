@@ -2,6 +2,6 @@
 #include <clocale>
 
 extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*values*/) {
-    std::setlocale(LC_ALL, "C.UTF-8");
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     return 0;
 }

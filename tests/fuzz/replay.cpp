@@ -11,7 +11,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int count, char** values) {
-    std::setlocale(LC_ALL, "C.UTF-8");
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     int files = 0;
     for (int i = 1; i < count; ++i) {
         for (const auto& entry : std::filesystem::directory_iterator(values[i])) {

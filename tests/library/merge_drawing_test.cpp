@@ -72,10 +72,12 @@ TEST(ExpectMoreOfTheSame, MakesRoomForTheWholeListAtOnceButNotForManyTimesTheRow
     struct Case {
         std::size_t merged;
         std::size_t listed;
-        std::size_t capacity;  // once the 32,768 rows expected anyway are full
+        std::size_t capacity;  // once 32,768 rows are full
     };
     for (const Case& expected : {Case{1, 2, 69632}, Case{7, 7, 49153}, Case{1, 100, 262144}}) {
         MergeState state;
+        state.shapes.expect(32768);
+        state.texts.expect(32768);
         for (std::size_t i = 0; i < 32768; ++i) {
             state.shapes.append();
             state.texts.append();
@@ -89,16 +91,30 @@ TEST(ExpectMoreOfTheSame, MakesRoomForTheWholeListAtOnceButNotForManyTimesTheRow
     }
 }
 
-TEST(ExpectMoreOfTheSame, LeavesTheFirstCapacityAsItIs) {
-    for (const std::uint64_t blocks : {0U, 1U, 4096U}) {
+TEST(ExpectMoreOfTheSame, HasLittleRoomForSmallLibrariesAndMuchForAllOthers) {
+    struct Case {
+        std::uint64_t blocks;
+        std::size_t capacity;
+    };
+    for (const Case& expected :
+         {Case{0, 1024}, Case{1, 1024}, Case{511, 1085}, Case{512, 32768}, Case{4096, 32768}}) {
         MergeState state;
-        state.uniqueCount = blocks;
+        state.uniqueCount = expected.blocks;
         expectMoreOfTheSame(1, 2, state);
         state.shapes.append();
         state.texts.append();
-        EXPECT_EQ(state.shapes.capacityBytes(), 32768 * 512 * sizeof(float));
-        EXPECT_EQ(state.texts.capacityBytes(), 32768 * 384 * sizeof(float));
+        EXPECT_EQ(state.shapes.capacityBytes(), expected.capacity * 512 * sizeof(float));
+        EXPECT_EQ(state.texts.capacityBytes(), expected.capacity * 384 * sizeof(float));
     }
+}
+
+// Large pages are for arrays of 4 MiB and more.
+TEST(MergeState, StartsWithRoomThatTakesNoLargePages) {
+    MergeState state;
+    state.shapes.append();
+    state.texts.append();
+    EXPECT_EQ(state.shapes.capacityBytes(), 1024 * 512 * sizeof(float));
+    EXPECT_EQ(state.texts.capacityBytes(), 1024 * 384 * sizeof(float));
 }
 
 TEST(MergeOfDrawings, RowsRecordsAndCountsGoTogether) {

@@ -4,7 +4,7 @@
 #include <clocale>
 
 int main(int count, char** values) {
-    std::setlocale(LC_ALL, "C.UTF-8");
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     testing::InitGoogleTest(&count, values);
     return RUN_ALL_TESTS();
 }

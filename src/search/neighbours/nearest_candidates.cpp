@@ -2,15 +2,19 @@
 
 #include <algorithm>
 
+#include "search/squared_distances.h"
+
 namespace quillon {
 namespace {
 
 /// Puts the one distances in the place of the proposals, and sorts by them.
 void settle(const SideRows& side, NearestCandidates& candidates) {
-    for (auto& [distance, other] : candidates.near) {
-        distance = squaredDistance(side, candidates.row, other);
-    }
-    std::sort(candidates.near.begin(), candidates.near.end());
+    std::vector<Near>& near = candidates.near;
+    forEachDistance(
+        vectorOf(side, candidates.row), side.width, near.size(),
+        [&](std::size_t i) { return vectorOf(side, near[i].second); },
+        [&](std::size_t i, float distance) { near[i].first = distance; });
+    std::sort(near.begin(), near.end());
 }
 
 }  // namespace
@@ -21,8 +25,11 @@ NearestCandidates candidatesFor(const SideRows& side, Row row, std::size_t wante
 
 void offer(const SideRows& side, NearestCandidates& candidates, Near other) {
     std::vector<Near>& near = candidates.near;
-    near.push_back(other);
     const std::size_t room = 2 * candidates.wanted + 16;
+    if (near.empty()) {
+        near.reserve(std::min(room, side.distinct.size()));
+    }
+    near.push_back(other);
     if (near.size() < room) {
         return;
     }
@@ -38,12 +45,14 @@ void offer(const SideRows& side, NearestCandidates& candidates, Near other) {
 void offerAll(const SideRows& side, NearestCandidates& candidates) {
     candidates.near.clear();
     candidates.limit = unreached;
-    for (const Row other : side.distinct) {
-        const float distance = squaredDistance(side, candidates.row, other);
-        if (distance < candidates.limit) {
-            offer(side, candidates, {distance, other});
-        }
-    }
+    forEachDistance(
+        vectorOf(side, candidates.row), side.width, side.distinct.size(),
+        [&](std::size_t i) { return vectorOf(side, side.distinct[i]); },
+        [&](std::size_t i, float distance) {
+            if (distance < candidates.limit) {
+                offer(side, candidates, {distance, side.distinct[i]});
+            }
+        });
 }
 
 void dropFarther(NearestCandidates& candidates) {

@@ -11,7 +11,9 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t rowsWorthAThread = 16;
+// As long as a thread takes to start, and longer.
+constexpr std::size_t listsWorthAThread = 256;
+constexpr std::size_t areasWorthAThread = 16;
 
 /// How many nearest rows a curve needs, the one that is left out included.
 std::size_t curveRows(const NeighbourLists& lists) {
@@ -39,7 +41,7 @@ std::vector<NearestCandidates> findCandidates(const SideRows& side, std::span<co
                 });
         }
     });
-    inParallel(all.size(), rowsWorthAThread, [&](std::size_t begin, std::size_t end) {
+    inParallel(all.size(), listsWorthAThread, [&](std::size_t begin, std::size_t end) {
         for (std::size_t j = begin; j < end; ++j) {
             dropFarther(all[j]);
             if (!isOrdinary(side.squaredLengths[all[j].row]) || !areComplete(side, all[j])) {
@@ -122,7 +124,7 @@ void buildNeighbourLists(NeighbourLists& lists, std::span<const Row> rows) {
         const std::vector<NearestCandidates> all =
             findCandidates(lists.side, batch, curveRows(lists));
         std::vector<std::vector<Near>> nearest(all.size());
-        inParallel(all.size(), rowsWorthAThread, [&](std::size_t first, std::size_t end) {
+        inParallel(all.size(), listsWorthAThread, [&](std::size_t first, std::size_t end) {
             for (std::size_t i = first; i < end; ++i) {
                 NearestCandidates candidates = all[i];
                 candidates.wanted = lists.count + 1;
@@ -138,7 +140,7 @@ void buildNeighbourLists(NeighbourLists& lists, std::span<const Row> rows) {
 void measureCurveAreas(NeighbourLists& lists, std::span<const Row> rows) {
     std::vector<Row> missing = firstCopies(lists.side, rows);
     std::erase_if(missing, [&](Row row) { return lists.curveAreas[row] >= 0.0F; });
-    inParallel(missing.size(), rowsWorthAThread, [&](std::size_t begin, std::size_t end) {
+    inParallel(missing.size(), areasWorthAThread, [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             lists.curveAreas[missing[i]] = measuredArea(lists, missing[i]);
         }

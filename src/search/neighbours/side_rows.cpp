@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "search/squared_distances.h"
 #include "shared/in_parallel.h"
 
 namespace quillon {
@@ -80,7 +81,8 @@ const float* vectorOf(const SideRows& side, Row row) {
 }
 
 float squaredDistance(const SideRows& side, Row a, Row b) {
-    return faiss::fvec_L2sqr(vectorOf(side, a), vectorOf(side, b), side.width);
+    const float* other = vectorOf(side, b);
+    return squaredDistances(vectorOf(side, a), {other, other, other, other}, side.width)[0];
 }
 
 std::size_t countCopies(const SideRows& side, Row row, std::size_t limit) {

@@ -40,10 +40,7 @@ SideRows stackRows(const FeatureMatrix& query, const FeatureMatrix& library);
 /// D floats.
 const float* vectorOf(const SideRows& side, Row row);
 
-/// The squared L2 distance of two rows, as the direct sum of squared differences: the number that
-/// the index gives to a query of one row, and so the one that ByShape and ByText report. It hangs
-/// on the two vectors alone: symmetric, 0 for copies of finite vectors, the same in every batch and
-/// on every processor, thread count and BLAS.
+/// The one distance of two rows, squared_distances.h has it.
 float squaredDistance(const SideRows& side, Row a, Row b);
 
 /// How many copies the row has, itself included, counted up to `limit`.

@@ -1,0 +1,41 @@
+// The one distance of two vectors, from one vector to several at a time.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace quillon {
+
+/// Four vectors of equal length, by their first elements.
+using FourVectors = std::array<const float*, 4>;
+
+/// The squared L2 distances of `vector` to `others`, `width` elements each: the direct sum of
+/// squared differences, element by element in their order, each step rounded to 32 bits. That is
+/// the number that the index gives to a query of one row, and so the one that ByShape and ByText
+/// report. It hangs on the two vectors alone: symmetric, 0 for copies of finite vectors, the same
+/// on every processor and whatever the other three are. Four sums side by side take hardly longer
+/// than one, which spends its time waiting for the addition before.
+std::array<float, 4> squaredDistances(const float* vector, const FourVectors& others,
+                                      std::size_t width);
+
+/// Calls `visit(i, distance)` for `i` from 0 to `count` - 1, in this order, with the squared
+/// distance of `vector` to `vectorAt(i)`.
+template <class VectorAt, class Visit>
+void forEachDistance(const float* vector, std::size_t width, std::size_t count,
+                     const VectorAt& vectorAt, const Visit& visit) {
+    for (std::size_t begin = 0; begin < count; begin += FourVectors().size()) {
+        const std::size_t size = std::min(FourVectors().size(), count - begin);
+        FourVectors others;
+        for (std::size_t i = 0; i < others.size(); ++i) {
+            others[i] =
+                vectorAt(begin + std::min(i, size - 1));  // the last again where none is left
+        }
+        const std::array<float, 4> distances = squaredDistances(vector, others, width);
+        for (std::size_t i = 0; i < size; ++i) {
+            visit(begin + i, distances[i]);
+        }
+    }
+}
+
+}  // namespace quillon
