@@ -110,12 +110,6 @@ float quiet(float number) {
 
 /// Takes a number and narrows it from the type that its head gives it.
 bool takeNumber(Input& input, float& number) {
-    // By far the most frequent where some numbers are shortened.
-    if (input.left() > 4 && static_cast<unsigned char>(*input.at) == input.singleHead()) {
-        number = quiet(numberAt<float>(input.at + 1));
-        input.at += 5;
-        return true;
-    }
     const auto [kind, size, value] = takeHead(input);
     if (kind == Kind::real) {
         number = size == 2   ? halfOf(value)
@@ -165,6 +159,19 @@ bool takeAlike(Input& input, float* row, std::size_t width) {
     return true;
 }
 
+/// Takes floats up to the first number of another kind, `most` at most. Returns how many.
+std::size_t takeFloats(Input& input, float* numbers, std::size_t most) {
+    const auto head = static_cast<char>(input.singleHead());
+    const std::size_t count = std::min(most, input.left() / 5);
+    const char* at = input.at;
+    std::size_t taken = 0;
+    for (; taken < count && *at == head; ++taken, at += 5) {
+        numbers[taken] = quiet(numberAt<float>(at + 1));
+    }
+    input.at = at;
+    return taken;
+}
+
 bool takeVector(Input& input, GrowingRows& rows) {
     const std::size_t width = rows.rowWidth();
     const Head head = takeHead(input);
@@ -176,7 +183,9 @@ bool takeVector(Input& input, GrowingRows& rows) {
         return true;
     }
     for (std::size_t i = 0; i < width; ++i) {
-        if (!takeNumber(input, row[i])) {
+        // Most numbers are floats where an encoder shortens what it can.
+        i += takeFloats(input, row + i, width - i);
+        if (i < width && !takeNumber(input, row[i])) {
             return false;
         }
     }
