@@ -148,6 +148,10 @@ TEST(TidyPackedBlocks, TakesNumbersOfManyKinds) {
             numbers.push_back(number);
         }
         EXPECT_TRUE(isTaken(Writer{format}.drawing(numbers), format));
+        // Many floats between numbers of another kind.
+        std::vector<std::string> shortened(300, floatsOf(format).front());
+        shortened.push_back(othersOf(format).front());
+        EXPECT_TRUE(isTaken(Writer{format}.drawing(shortened), format));
     }
 }
 
