@@ -7,31 +7,35 @@
 
 namespace quillon {
 
-/// Four vectors of equal length, by their first elements.
-using FourVectors = std::array<const float*, 4>;
+/// Sums side by side take hardly longer than one, which spends its time waiting for the addition
+/// before; more than these the processor has no registers for.
+inline constexpr std::size_t distancesAtOnce = 8;
+
+/// Vectors of equal length, by their first elements.
+using VectorsAtOnce = std::array<const float*, distancesAtOnce>;
+using DistancesAtOnce = std::array<float, distancesAtOnce>;
 
 /// The squared L2 distances of `vector` to `others`, `width` elements each: the direct sum of
 /// squared differences, element by element in their order, each step rounded to 32 bits. That is
 /// the number that the index gives to a query of one row, and so the one that ByShape and ByText
 /// report. It hangs on the two vectors alone: symmetric, 0 for copies of finite vectors, the same
-/// on every processor and whatever the other three are. Four sums side by side take hardly longer
-/// than one, which spends its time waiting for the addition before.
-std::array<float, 4> squaredDistances(const float* vector, const FourVectors& others,
-                                      std::size_t width);
+/// on every processor and whatever the other vectors are.
+DistancesAtOnce squaredDistances(const float* vector, const VectorsAtOnce& others,
+                                 std::size_t width);
 
 /// Calls `visit(i, distance)` for `i` from 0 to `count` - 1, in this order, with the squared
 /// distance of `vector` to `vectorAt(i)`.
 template <class VectorAt, class Visit>
 void forEachDistance(const float* vector, std::size_t width, std::size_t count,
                      const VectorAt& vectorAt, const Visit& visit) {
-    for (std::size_t begin = 0; begin < count; begin += FourVectors().size()) {
-        const std::size_t size = std::min(FourVectors().size(), count - begin);
-        FourVectors others;
+    for (std::size_t begin = 0; begin < count; begin += distancesAtOnce) {
+        const std::size_t size = std::min(distancesAtOnce, count - begin);
+        VectorsAtOnce others;
         for (std::size_t i = 0; i < others.size(); ++i) {
             others[i] =
                 vectorAt(begin + std::min(i, size - 1));  // the last again where none is left
         }
-        const std::array<float, 4> distances = squaredDistances(vector, others, width);
+        const DistancesAtOnce distances = squaredDistances(vector, others, width);
         for (std::size_t i = 0; i < size; ++i) {
             visit(begin + i, distances[i]);
         }

@@ -45,7 +45,7 @@ Visits visitsOf(const std::vector<float>& from, const std::vector<float>& vector
 TEST(ForEachDistance, IsBitForBitTheLibrarysSumForEveryNumberOfVectors) {
     for (const std::size_t width : {0U, 1U, 3U, 16U, 384U, 512U, 515U}) {
         const std::vector<float> from = madeUpVectors(1, width);
-        for (std::size_t count = 0; count < 10; ++count) {
+        for (std::size_t count = 0; count < 18; ++count) {
             const std::vector<float> vectors = madeUpVectors(count, width);
             Visits expected;
             for (std::size_t i = 0; i < count; ++i) {

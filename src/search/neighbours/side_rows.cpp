@@ -81,8 +81,9 @@ const float* vectorOf(const SideRows& side, Row row) {
 }
 
 float squaredDistance(const SideRows& side, Row a, Row b) {
-    const float* other = vectorOf(side, b);
-    return squaredDistances(vectorOf(side, a), {other, other, other, other}, side.width)[0];
+    VectorsAtOnce others;
+    others.fill(vectorOf(side, b));
+    return squaredDistances(vectorOf(side, a), others, side.width)[0];
 }
 
 std::size_t countCopies(const SideRows& side, Row row, std::size_t limit) {
