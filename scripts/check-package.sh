@@ -69,8 +69,8 @@ done | sort | diff "$work/expected" -
 zcat "$root/usr/share/man/man1/quillon.1.gz" | grep -q "^\.TH .* \"quillon $version\"" ||
     { echo "The manual page is not that of $version" >&2; exit 1; }
 
-# Its only BLAS is the flavour that the package asks for; libopenblas0 holds no files but stands for
-# any flavour.
+# Its only BLAS is the flavour that the package asks for; libopenblas0 is the metapackage that stands
+# for any.
 inRoot dpkg-query -W -f '${binary:Package} ${db:Status-Status}\n' | grep -E '^lib(open)?blas' |
     diff <(printf '%s:amd64 installed\n' libopenblas0 libopenblas0-openmp) -
 

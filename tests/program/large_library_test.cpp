@@ -96,9 +96,13 @@ TEST(LargeLibrary, ASearchOfOneSideHoldsTheRowsOfThatSideAlone) {
         return run.peakMiB;
     };
     const std::size_t both = peakOf("simple");
+#ifdef _WIN32
+    // Windows itself keeps the peak, which it is asked for when the program has ended. Everywhere
+    // else a peak of 0 is a mistake of the tests'.
     if (both == 0) {
         GTEST_SKIP() << "wine forgets the peak of a program that has ended";
     }
+#endif
     ASSERT_GT(both, 58U + 43U);
     EXPECT_LT(peakOf("shape"), both - 35);
     EXPECT_LT(peakOf("text"), both - 45);
