@@ -11,6 +11,7 @@ scripts/install-packages.sh \
     groff-base \
     jq \
     libboost-dev \
+    libboost-filesystem-dev \
     libmono-system-runtime-serialization4.0-cil \
     mandoc \
     mono-mcs \

@@ -1,8 +1,10 @@
 // Calls Quillon and reads its result as typed hits:
 //     Caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
+// PROGRAM is a path, or a name to be found through PATH.
 // Build with Mono: mcs -r:System.Runtime.Serialization Caller.cs. .NET brings the same classes.
 using System;
 using System.Collections.Generic;
+using System.ComponentModel;
 using System.Diagnostics;
 using System.Globalization;
 using System.IO;
@@ -114,6 +116,12 @@ public static class Caller
     static int Main(string[] words)
     {
         Console.OutputEncoding = new UTF8Encoding(false);
+        if (words.Length < 4)
+        {
+            Console.Error.WriteLine(
+                "caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]");
+            return 2;
+        }
         string method = words.Length > 4 ? words[4] : "adaptive";
         Result result;
         try
@@ -123,6 +131,11 @@ public static class Caller
         catch (SearchFailed failure)
         {
             Console.WriteLine($"failed with status {failure.Status}: {failure.Message}");
+            return 1;
+        }
+        catch (Win32Exception)
+        {
+            Console.WriteLine($"cannot start {words[0]}");
             return 1;
         }
         if (result.Method != method)
