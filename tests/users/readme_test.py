@@ -281,6 +281,9 @@ class Traps(Search):
         for method in ("shape", "simple"):
             hits = self.hits("/method", method, "/min", "-inf", "/topk", "-1")
             self.assertEqual([hit["name"] for hit in hits], ["Door"])
+        # By its text each of them is found.
+        hits = self.hits("/method", "text")
+        self.assertEqual([hit["name"] for hit in hits], ["nan", "infinite", "Door"])
         others = {
             "blocks": [f"{i}*{i}*1" for i in range(9)],
             "text": [TEXT] * 9,
