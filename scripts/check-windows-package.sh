@@ -28,10 +28,11 @@ wineserver -p
 trap 'wineserver -k' EXIT
 wineboot --init >/dev/null 2>&1
 
+wine=$PWD/scripts/wine.sh
 windows=$checked/$name/quillon.exe
 cp -r examples/drawings tests/data "$checked"
 
-(cd "$checked/drawings" && wine "$windows" /filelist filelist.json \
+(cd "$checked/drawings" && "$wine" "$windows" /filelist filelist.json \
     /encode queries/1-door-23-3.json /output "Z:$checked/doors.json" >"$checked/doors.txt")
 scripts/check-sample-hits.sh "$checked/doors.json"
 
@@ -54,7 +55,7 @@ compare() {
     shift 2
     mkdir -p "$checked/linux" "$checked/windows"
     (cd "$folder" && "$linux" "$@" /output "$theirs") >"$theirs.console"
-    (cd "$folder" && wine "$windows" "$@" /output "Z:$ours") >"$ours.console"
+    (cd "$folder" && "$wine" "$windows" "$@" /output "Z:$ours") >"$ours.console"
     # Lines of the console and of indented JSON end as each system ends lines.
     cmp <(as_text "$theirs.console") <(as_text "$ours.console")
     if [ "$output" = pretty.json ]; then

@@ -23,4 +23,4 @@ execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libgomp.a
   OUTPUT_VARIABLE OpenMP_gomp_LIBRARY OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(OpenMP_gomp_LIBRARY "${OpenMP_gomp_LIBRARY}" CACHE FILEPATH "The static OpenMP library")
 
-set(CMAKE_CROSSCOMPILING_EMULATOR wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../../scripts/wine.sh")
