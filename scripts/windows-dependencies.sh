@@ -49,10 +49,10 @@ for package in faiss openblas simdjson; do
 done
 
 # OpenBLAS compares the compiler's version "12-posix" as text with 4.6, and leaves AVX2 out.
-cat >"$work/bin/x86_64-w64-mingw32-gcc" <<'END'
+cat >"$work/bin/x86_64-w64-mingw32-gcc" <<END
 #!/bin/sh
-case $1 in -dump*version) exec x86_64-w64-mingw32-gcc-posix -dumpfullversion | sed 's/-.*//' ;; esac
-exec x86_64-w64-mingw32-gcc-posix "$@"
+case \$1 in -dump*version) exec x86_64-w64-mingw32-gcc-posix -dumpfullversion | sed 's/-.*//' ;; esac
+exec x86_64-w64-mingw32-gcc-posix "-ffile-prefix-map=$work/openblas=." "\$@"
 END
 chmod +x "$work/bin/x86_64-w64-mingw32-gcc"
 
