@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Makes the packages and proves them, as root: lintian's opinion, the archive unpacked and run, and
 # the Debian package installed into a Debian with nothing but its base, run there, and removed again.
+# Their documents name no file that is missing, and their programs no path of this machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh debootstrap jq lintian
+scripts/install-packages.sh debootstrap jq lintian python3
 scripts/package.sh
 version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 packages=$PWD/build/packages
@@ -22,9 +23,12 @@ trap cleanUp EXIT
 
 query=(/filelist filelist.json /encode queries/1-door-23-3.json /output)
 
-tar -xf "$packages/quillon-$version-linux-x86_64.tar.gz" -C "$work"
-(cd examples/drawings && "$work/quillon-$version-linux-x86_64/bin/quillon" "${query[@]}" \
-    "$work/result.json" >"$work/console.txt")
+archive=$work/quillon-$version-linux-x86_64
+tar -xf "$packages/${archive##*/}.tar.gz" -C "$work"
+scripts/check-links.py "$archive"
+scripts/check-build-paths.sh "$archive/bin/quillon"
+(cd examples/drawings && "$archive/bin/quillon" "${query[@]}" "$work/result.json" \
+    >"$work/console.txt")
 scripts/check-sample-hits.sh "$work/result.json"
 
 # From where this machine has its own packages.
@@ -65,6 +69,9 @@ END
 inRoot dpkg -L quillon | while read -r path; do
     if [ -f "$root$path" ]; then printf '%s\n' "$path"; fi
 done | sort | diff "$work/expected" -
+
+scripts/check-links.py "$root"
+scripts/check-build-paths.sh "$root/usr/bin/quillon"
 
 zcat "$root/usr/share/man/man1/quillon.1.gz" | grep -q "^\.TH .* \"quillon $version\"" ||
     { echo "The manual page is not that of $version" >&2; exit 1; }
