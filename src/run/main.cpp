@@ -12,8 +12,6 @@
 
 #ifdef _WIN32
 #include <windows.h>
-
-#include <stdexcept>
 #endif
 
 namespace {
@@ -35,22 +33,51 @@ int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
 
 #ifdef _WIN32
 
+namespace {
+
+/// Appends the UTF-8 form of `character`, which may also be a surrogate: that becomes three bytes.
+void appendUtf8(std::string& text, char32_t character) {
+    const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
+    const auto appendSixBits = [&](unsigned shift) {
+        append(0x80U | ((character >> shift) & 0x3FU));
+    };
+    if (character < 0x80U) {
+        append(character);
+        return;
+    }
+    if (character < 0x800U) {
+        append(0xC0U | (character >> 6U));
+    } else if (character < 0x10000U) {
+        append(0xE0U | (character >> 12U));
+        appendSixBits(6);
+    } else {
+        append(0xF0U | (character >> 18U));
+        appendSixBits(12);
+        appendSixBits(6);
+    }
+    appendSixBits(0);
+}
+
+/// An argument in UTF-8. The system lets half a surrogate pair pass, as in a broken file name. It
+/// becomes three bytes, which are not valid UTF-8, so that every argument has a text.
+std::string utf8Argument(const wchar_t* units) {
+    std::string text;
+    for (; *units != L'\0'; ++units) {
+        char32_t character = *units;
+        if (IS_SURROGATE_PAIR(units[0], units[1])) {
+            character = 0x10000 + ((character - HIGH_SURROGATE_START) << 10U);
+            character += static_cast<char32_t>(*++units - LOW_SURROGATE_START);
+        }
+        appendUtf8(text, character);
+    }
+    return text;
+}
+
+}  // namespace
+
 int wmain(int count, wchar_t** values) {
     std::setlocale(LC_ALL, ".UTF8");
-    return runGuarded(count, values, [](const wchar_t* value) {
-        const auto convert = [value](char* bytes, int size) {
-            return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, value, -1, bytes, size,
-                                       nullptr, nullptr);
-        };
-        const int size = convert(nullptr, 0);  // with the NUL
-        if (size == 0) {
-            throw std::invalid_argument("an argument is not valid UTF-16");
-        }
-        std::string text(static_cast<std::size_t>(size), '\0');
-        convert(text.data(), size);
-        text.pop_back();
-        return text;
-    });
+    return runGuarded(count, values, utf8Argument);
 }
 
 #else

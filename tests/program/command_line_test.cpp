@@ -192,16 +192,39 @@ TEST(CommandLine, AnOptionInThePlaceOfAValueIsThatValue) {
                   console.untilLoad() + report("fail to open input file: /pretty"));
 }
 
+// Halves of a surrogate pair, which Windows lets pass in names, have three bytes that are not
+// UTF-8.
+TEST(CommandLine, HalvesOfASurrogatePairAreTextLikeAnyOther) {
+    const TempFolder folder;
+    writeGoodRun(folder);
+    for (const std::string text :
+         {"\xED\xA0\xBD", "\xED\xBA\xAA.json", "Tür \xED\xA0\xBDx 🚪.json"}) {
+        SCOPED_TRACE(text);
+        expectFailure(folder, {"/method", text}, report(text + " is not a valid query type"));
+
+        ConsoleText console;
+        console.query = '"' + text + '"';
+        expectFailure(folder, {text, "/encode", text},
+                      console.settings() + report("fail to open input file: " + text));
+
+        console = {};
+        console.list = '"' + text + '"';
+        expectFailure(folder, {"/filelist", text},
+                      console.untilLoad() + report("fail to open input file: " + text));
+    }
+}
+
 #ifdef _WIN32
 
-TEST(CommandLine, AnArgumentThatIsNotUtf16IsReported) {
+TEST(CommandLine, HalvesOfASurrogatePairNameNoResultFile) {
     const TempFolder folder;
-    writeFiveBlocks(folder);
-    for (const std::string argument : {"\xED\xA0\xBD.json", "\xED\xBA\xAA.json", "\xED\xA0\xBD"}) {
-        const ProgramResult result = runIn(folder, {"/encode", argument});
-        expectCleanEnd(result);
-        EXPECT_EQ(result.out, report("an argument is not valid UTF-16"));
-    }
+    writeGoodRun(folder);
+    const std::string name = "\xED\xA0\xBD.json";
+    ConsoleText console;
+    console.output = '"' + name + '"';
+    expectFailure(folder, {"/output", name},
+                  console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) + "Query time: T ms\n" +
+                      report("fail to open output file: " + name));
 }
 
 #endif
