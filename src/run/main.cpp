@@ -1,5 +1,6 @@
 // The process entry: UTF-8 arguments, a UTF-8 locale, the one handler for exceptions and the exit
-// status. With shared/utf8_path.cpp the only file that knows the operating system.
+// status, and on Windows the way of the text to a console. With shared/utf8_path.cpp the only file
+// that knows the operating system.
 #include <algorithm>
 #include <clocale>
 #include <exception>
@@ -12,6 +13,10 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include <array>
+#include <iostream>
+#include <streambuf>
 #endif
 
 namespace {
@@ -73,10 +78,76 @@ std::string utf8Argument(const wchar_t* units) {
     return text;
 }
 
+/// Writes the standard output to the console, line by line, while it lives. The C run-time would
+/// write each byte by itself, and a console shows the bytes of one character wrongly when they come
+/// one by one. It is given UTF-16, because then its code page does not matter. Output that goes
+/// into a file or a pipe is left as it is. Allocates no memory, so that a failure for lack of it is
+/// shown.
+class ConsoleLines : std::streambuf {
+  public:
+    ConsoleLines() {
+        DWORD mode = 0;
+        if (GetConsoleMode(console, &mode) != FALSE) {
+            before = std::cout.rdbuf(this);
+        }
+    }
+    ~ConsoleLines() override {
+        if (before != nullptr) {
+            write();
+            std::cout.rdbuf(before);
+        }
+    }
+    ConsoleLines(const ConsoleLines&) = delete;
+    ConsoleLines& operator=(const ConsoleLines&) = delete;
+
+  private:
+    int_type overflow(int_type byte) override {
+        if (byte == '\n') {
+            append('\r');
+        }
+        if (byte != traits_type::eof()) {
+            append(traits_type::to_char_type(byte));
+        }
+        if (byte == '\n') {
+            write();
+        }
+        return traits_type::not_eof(byte);
+    }
+
+    int sync() override {
+        write();
+        return 0;
+    }
+
+    /// Long lines are written in pieces that end where a character ends.
+    void append(char byte) {
+        const bool startsCharacter = (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+        if (length + (startsCharacter ? 4 : 0) >= line.size()) {
+            write();
+        }
+        line[length++] = byte;
+    }
+
+    void write() {
+        const int units = MultiByteToWideChar(CP_UTF8, 0, line.data(), static_cast<int>(length),
+                                              text.data(), static_cast<int>(text.size()));
+        DWORD written = 0;
+        WriteConsoleW(console, text.data(), static_cast<DWORD>(units), &written, nullptr);
+        length = 0;
+    }
+
+    HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    std::streambuf* before = nullptr;
+    std::array<char, 4096> line{};
+    std::array<wchar_t, 4096> text{};  // a byte is at most one unit
+    std::size_t length = 0;
+};
+
 }  // namespace
 
 int wmain(int count, wchar_t** values) {
     std::setlocale(LC_ALL, ".UTF8");
+    ConsoleLines consoleLines;
     return runGuarded(count, values, utf8Argument);
 }
 
