@@ -5,14 +5,26 @@
 # beyond ASCII would be others.
 set -euo pipefail
 
-# The program writes the long one in pieces.
-long=$(printf 'ü%.0s' {1..3000})
-arguments=(/filelist "Lösung 椅子.json" /encode "Tür 椅子.json" /output "$long")
-expected=$("$(dirname "$0")/../scripts/wine.sh" "$1" "${arguments[@]}" | tr -d '\r') || true
-[[ $expected == *'exception: fail to open input file: Tür 椅子.json' ]]
+export WINEDEBUG=-all # its own messages would be on the console too
+program=$1
+wine=$(dirname "$0")/../scripts/wine.sh
 
-# A terminal wide enough for every line.
-printf -v command '%q ' wine "$1" "${arguments[@]}"
-shown=$(TERM=xterm script -qec "stty cols 5000; exec $command" /dev/null </dev/null |
-    sed 's/\x1b\[[?0-9;]*[A-Za-z]//g' | tr -d '\r') || true
-diff <(echo "$expected") <(echo "$shown")
+# compare LAST ARGUMENT ...: a run that fails, whose text ends with LAST.
+compare() {
+    local last=$1 expected shown command
+    shift
+    expected=$("$wine" "$program" "$@" | tr -d '\r') || true
+    [[ $expected == *"$last" ]]
+    printf -v command '%q ' wine "$program" "$@"
+    # A terminal wide enough for every line.
+    shown=$(TERM=xterm script -qec "stty cols 5000; exec $command" /dev/null </dev/null |
+        sed 's/\x1b\[[?0-9;]*[A-Za-z]//g' | tr -d '\r') || true
+    diff <(echo "$expected") <(echo "$shown")
+}
+
+# The program writes the long name in pieces.
+long=$(printf 'ü%.0s' {1..3000})
+compare 'exception: fail to open input file: Tür 椅子.json' \
+    /filelist "Lösung 椅子.json" /encode "Tür 椅子.json" /output "$long"
+# A text without a line feed.
+compare 'ERROR: The input dwg file list path is empty' /pretty

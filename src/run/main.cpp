@@ -114,11 +114,6 @@ class ConsoleLines : std::streambuf {
         return traits_type::not_eof(byte);
     }
 
-    int sync() override {
-        write();
-        return 0;
-    }
-
     /// Long lines are written in pieces that end where a character ends.
     void append(char byte) {
         const bool startsCharacter = (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
