@@ -21,14 +21,19 @@ scripts/install-packages.sh \
     python3-bjdata \
     python3-bson \
     python3-cbor2 \
+    python3-jinja2 \
     python3-jsonschema \
     python3-matplotlib \
     python3-msgpack \
     python3-numpy \
+    python3-tqdm \
     python3-ubjson \
     zsh
 [ $# -gt 0 ] || scripts/build.sh release
 
 # Debian's own Python, because the packages above belong to it.
-QUILLON=$(realpath "${1:-build/release/quillon}") PYTHONDONTWRITEBYTECODE=1 \
-    /usr/bin/python3 -m unittest discover -s tests/users -p '*_test.py'
+export QUILLON PYTHONDONTWRITEBYTECODE=1
+QUILLON=$(realpath "${1:-build/release/quillon}")
+for tests in users tools; do
+    /usr/bin/python3 -m unittest discover -s "tests/$tests" -p '*_test.py'
+done

@@ -1,0 +1,56 @@
+"""The command line: chooses the verb, and turns what ends it into a message and an exit status."""
+import argparse
+import os
+import sys
+from importlib import import_module
+
+from quillon_tools import __version__
+from quillon_tools.errors import UserError
+
+VERBS = {
+    "check": "say what is wrong with a library, a list, encodings files or queries",
+}
+EPILOG = """\
+Each verb has its own help with examples: quillon-tools VERB --help
+
+exit status: 0 fine, 1 findings or failures, 2 wrong usage
+"""
+
+
+def parser_of_verbs():
+    """The parser of all verbs. A verb is the module of its name, with - written as _."""
+    parser = argparse.ArgumentParser(
+        prog="quillon-tools", description="Tools around the program quillon.", epilog=EPILOG,
+        formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--version", action="version", version=f"quillon-tools {__version__}")
+    verbs = parser.add_subparsers(dest="verb", metavar="VERB", required=True)
+    for verb, help_line in VERBS.items():
+        module = import_module("quillon_tools." + verb.replace("-", "_"))
+        description, _, examples = module.__doc__.partition("\nexamples:\n")
+        one = verbs.add_parser(
+            verb, help=help_line, description=description,
+            epilog="examples:\n" + examples, formatter_class=argparse.RawDescriptionHelpFormatter)
+        module.add_arguments(one)
+        one.set_defaults(run=module.run)
+    return parser
+
+
+def main(arguments=None):
+    """Runs the verb and returns its exit status. Wrong usage ends with status 2 in argparse."""
+    for stream in (sys.stdout, sys.stderr):
+        stream.reconfigure(encoding="utf-8", errors="backslashreplace")
+    options = parser_of_verbs().parse_args(arguments)
+    try:
+        status = options.run(options)
+        sys.stdout.flush()
+        return status
+    except UserError as error:
+        print(f"quillon-tools {options.verb}: {error}", file=sys.stderr)
+    except KeyboardInterrupt:
+        print(f"quillon-tools {options.verb}: stopped", file=sys.stderr)
+    except BrokenPipeError:  # the reader of our output, such as head, has what it wants
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+    except OSError as error:
+        name = f"{error.filename}: " if error.filename else ""
+        print(f"quillon-tools {options.verb}: {name}{error.strerror or error}", file=sys.stderr)
+    return 1
