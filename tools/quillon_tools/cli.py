@@ -9,6 +9,7 @@ from quillon_tools.errors import UserError
 
 VERBS = {
     "check": "say what is wrong with a library, a list, encodings files or queries",
+    "convert": "convert documents and libraries between the formats and .npz",
 }
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help
