@@ -16,7 +16,6 @@ scripts/install-packages.sh \
     mono-mcs \
     mono-runtime \
     nlohmann-json3-dev \
-    parallel \
     python3 \
     python3-bjdata \
     python3-bson \

@@ -35,8 +35,8 @@ RUN = {("README.md", "Your own blocks"): nothing}
 
 # Sections whose commands other tests run, with more than one library.
 RUN_ELSEWHERE = {
-    ("docs/scaling.md", "Many queries"): "scaling_test.py",
-    ("docs/scaling.md", "A library in parts"): "scaling_test.py",
+    ("docs/scaling.md", "Many queries"): "tests/tools/run_test.py",
+    ("docs/scaling.md", "A library in parts"): "tests/tools/run_test.py",
 }
 
 CI = "a step of .ci/run"

@@ -10,6 +10,7 @@ from quillon_tools.errors import UserError
 VERBS = {
     "check": "say what is wrong with a library, a list, encodings files or queries",
     "convert": "convert documents and libraries between the formats and .npz",
+    "run": "search for many queries, or in a library that is split into parts",
 }
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help
