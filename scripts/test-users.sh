@@ -6,7 +6,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh \
+    chromium \
+    chromium-driver \
     fish \
+    fonts-dejavu-core \
     g++ \
     groff-base \
     jq \
@@ -25,6 +28,7 @@ scripts/install-packages.sh \
     python3-matplotlib \
     python3-msgpack \
     python3-numpy \
+    python3-selenium \
     python3-tqdm \
     python3-ubjson \
     zsh

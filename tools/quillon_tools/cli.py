@@ -11,6 +11,7 @@ VERBS = {
     "check": "say what is wrong with a library, a list, encodings files or queries",
     "convert": "convert documents and libraries between the formats and .npz",
     "run": "search for many queries, or in a library that is split into parts",
+    "report": "show results as one HTML page, or as a bar chart",
 }
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help

@@ -1,14 +1,12 @@
-"""The picture in the README is that of the sample; bars and texts are those of the result."""
+"""The bar chart of the sample; bars and texts are those of the result."""
 import json
 import re
-import subprocess
-import sys
 import tempfile
 import unittest
 import xml.etree.ElementTree
 from pathlib import Path
 
-from program import ROOT, run
+from support import ROOT, run_program, run_tools
 
 SVG = "{http://www.w3.org/2000/svg}"
 
@@ -28,7 +26,7 @@ def bars_of(picture):
     return bars
 
 
-class PlotHits(unittest.TestCase):
+class Chart(unittest.TestCase):
     maxDiff = None
 
     def setUp(self):
@@ -37,22 +35,21 @@ class PlotHits(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def plot(self, result="result.json"):
-        ended = subprocess.run([sys.executable, ROOT / "scripts/plot_hits.py", result, "hits.svg"],
-                               cwd=self.folder, capture_output=True, text=True, check=False)
-        self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (0, "", ""))
+        self.assertEqual(run_tools("report", result, "--svg", "hits.svg", folder=self.folder),
+                         (0, "", ""))
         return (self.folder / "hits.svg").read_text("utf-8")
 
     def plot_document(self, blocks):
         (self.folder / "result.json").write_text(json.dumps({"blocks": blocks, "stats": {}}))
         return self.plot()
 
-    def test_sample_is_the_picture_in_the_readme(self):
+    def test_sample_is_the_picture_in_the_documents(self):
         result = self.folder / "result.json"
-        status, _ = run("/filelist", "filelist.json", "/encode", "queries/1-door-23-3.json",
-                        "/output", result)
+        status, _ = run_program("/filelist", "filelist.json", "/encode", "queries/1-door-23-3.json",
+                                "/output", result)
         self.assertEqual(status, 0)
         self.assertTrue(self.plot() == (ROOT / "docs/hits.svg").read_text("utf-8"),
-                        "docs/hits.svg is not what scripts/plot_hits.py draws of the demo's result")
+                        "docs/hits.svg is not what quillon-tools report --svg draws of the demo's result")
 
     def test_sample_has_bars_as_long_as_scores(self):
         picture = (ROOT / "docs/hits.svg").read_text("utf-8")
@@ -71,7 +68,7 @@ class PlotHits(unittest.TestCase):
             "text 0.46"])
 
     def test_distances_have_no_weights(self):
-        hit = {"name": "A$C1$\n", "shapeWeight": 0.0, "textWeight": 0.0, "distOrScore": 0.25}
+        hit = {"name": "A$C1$\n", "code": "c", "handle": "1", "shapeWeight": 0.0, "textWeight": 0.0, "distOrScore": 0.25}
         picture = self.plot_document([
             {**hit, "dwgPath": "C:\\plans\\a$b$.dwg"},
             {**hit, "dwgPathHash": "hash", "distOrScore": 0.5},
@@ -84,7 +81,7 @@ class PlotHits(unittest.TestCase):
         self.assertEqual(third, 0)
 
     def test_many_drawings_are_told_apart_by_lines(self):
-        hits = [{"name": "n", "shapeWeight": 0.0, "textWeight": 0.0, "distOrScore": 0.5,
+        hits = [{"name": "n", "code": "c", "handle": "1", "shapeWeight": 0.0, "textWeight": 0.0, "distOrScore": 0.5,
                  "dwgPathHash": str(number)} for number in range(16)]
         picture = self.plot_document(hits)
         self.assertEqual(picture.count("<pattern "), 12)
@@ -92,6 +89,14 @@ class PlotHits(unittest.TestCase):
 
     def test_no_hits_say_so(self):
         self.assertEqual(texts_of(self.plot_document(None)), ["no hits"])
+
+    def test_png_and_mistakes(self):
+        self.plot_document(None)
+        run_tools("report", "result.json", "--png", "hits.png", folder=self.folder)
+        self.assertEqual((self.folder / "hits.png").read_bytes()[:4], b"\x89PNG")
+        self.assertEqual(run_tools("report", "result.json", "result.json", "--png", "x.png",
+                                   folder=self.folder),
+                         (1, "", "quillon-tools report: a bar chart shows one result, not 2\n"))
 
 
 if __name__ == "__main__":

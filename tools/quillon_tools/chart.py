@@ -1,19 +1,14 @@
-#!/usr/bin/env python3
-"""Draws the hits of a JSON result as horizontal bars, the best on top, one colour a drawing.
-
-    scripts/plot_hits.py RESULT.json PICTURE    .svg, .png, .pdf: what matplotlib can write
+"""Draws the hits of a result as horizontal bars, the best on top, one colour a drawing.
 
 Results of the method adaptive have scores, and one more bar for the weights of the sides; those of
 the others have squared distances. Drawings differ in lightness or hatching too. The same result
-gives the same bytes of an SVG. Needs python3-matplotlib.
+gives the same bytes of an SVG.
 """
-import json
-import re
-import sys
-
 import matplotlib
 from matplotlib.figure import Figure
 from matplotlib.patches import Patch
+
+from quillon_tools.results import drawing_name
 
 # Far from each other in lightness, for readers in grey; each with a colour for lines upon it.
 COLOURS = [("#08306b", "white"), ("#fd8d3c", "black"), ("#6a51a3", "white"), ("#c7e9c0", "black")]
@@ -24,11 +19,6 @@ BAR_INCHES = 0.32
 def printable(text):
     """Without what no font and no SVG can show."""
     return "".join(letter if letter.isprintable() else "\ufffd" for letter in text)
-
-
-def drawing_of(hit):
-    """The file name of the drawing, from a path of any system, or its folder."""
-    return printable(re.split(r"[/\\]", hit.get("dwgPath") or hit["dwgPathHash"])[-1])
 
 
 def styles_by_drawing(drawings):
@@ -46,7 +36,7 @@ def draw_hits(axes, hits, is_adaptive):
         axes.text(0.5, 0.5, "no hits", ha="center", va="center", transform=axes.transAxes)
         axes.set(xticks=[], yticks=[])
         return
-    drawings = [drawing_of(hit) for hit in hits]
+    drawings = [printable(drawing_name(hit)) for hit in hits]
     styles = styles_by_drawing(drawings)
     longest = max(hit["distOrScore"] or 0 for hit in hits) or 1
     for row, (hit, drawing) in enumerate(zip(hits, drawings)):
@@ -98,16 +88,9 @@ def plot(document):
     return figure
 
 
-def main():
-    if len(sys.argv) != 3:
-        sys.exit(__doc__)
-    with open(sys.argv[1], encoding="utf-8") as file:
-        document = json.load(file)
+def write_chart(document, path):
+    """Writes the picture of one result document, in the format of the extension."""
     # Texts stay texts, and neither the date nor a random number gets into the file.
     matplotlib.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "quillon", "font.size": 10})
-    metadata = {"Date": None, "Creator": None} if sys.argv[2].endswith(".svg") else None
-    plot(document).savefig(sys.argv[2], dpi=150, metadata=metadata)
-
-
-if __name__ == "__main__":
-    main()
+    metadata = {"Date": None, "Creator": None} if path.suffix == ".svg" else None
+    plot(document).savefig(path, dpi=150, metadata=metadata)
