@@ -12,6 +12,7 @@ VERBS = {
     "convert": "convert documents and libraries between the formats and .npz",
     "run": "search for many queries, or in a library that is split into parts",
     "report": "show results as one HTML page, or as a bar chart",
+    "evaluate": "measure how well the methods find known answers",
 }
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help

@@ -28,6 +28,11 @@ def csv_table(head, rows):
     return file.getvalue()
 
 
+def markdown_table(head, rows):
+    lines = [head, ["---"] * len(head), *rows]
+    return "".join("| " + " | ".join(map(printable, line)) + " |\n" for line in lines)
+
+
 def json_table(head, rows):
     return json.dumps([dict(zip(head, row)) for row in rows], ensure_ascii=False, indent=2) + "\n"
 
