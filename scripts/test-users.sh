@@ -23,6 +23,7 @@ scripts/install-packages.sh \
     python3-bjdata \
     python3-bson \
     python3-cbor2 \
+    python3-ezdxf \
     python3-jinja2 \
     python3-jsonschema \
     python3-matplotlib \

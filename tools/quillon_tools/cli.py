@@ -13,6 +13,7 @@ VERBS = {
     "run": "search for many queries, or in a library that is split into parts",
     "report": "show results as one HTML page, or as a bar chart",
     "evaluate": "measure how well the methods find known answers",
+    "encode-dxf": "make a library out of DXF drawings, as an example of an encoder",
 }
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help
@@ -21,14 +22,20 @@ exit status: 0 fine, 1 findings or failures, 2 wrong usage
 """
 
 
-def parser_of_verbs():
-    """The parser of all verbs. A verb is the module of its name, with - written as _."""
+def parser_of_verbs(chosen):
+    """The parser of all verbs. A verb is the module of its name, with - written as _.
+
+    Only the chosen one is imported, so that no verb needs the packages of another.
+    """
     parser = argparse.ArgumentParser(
         prog="quillon-tools", description="Tools around the program quillon.", epilog=EPILOG,
         formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--version", action="version", version=f"quillon-tools {__version__}")
     verbs = parser.add_subparsers(dest="verb", metavar="VERB", required=True)
     for verb, help_line in VERBS.items():
+        if verb != chosen:
+            verbs.add_parser(verb, help=help_line)
+            continue
         module = import_module("quillon_tools." + verb.replace("-", "_"))
         description, _, examples = module.__doc__.partition("\nexamples:\n")
         one = verbs.add_parser(
@@ -43,7 +50,8 @@ def main(arguments=None):
     """Runs the verb and returns its exit status. Wrong usage ends with status 2 in argparse."""
     for stream in (sys.stdout, sys.stderr):
         stream.reconfigure(encoding="utf-8", errors="backslashreplace")
-    options = parser_of_verbs().parse_args(arguments)
+    words = sys.argv[1:] if arguments is None else arguments
+    options = parser_of_verbs(words[0] if words else "").parse_args(words)
     try:
         status = options.run(options)
         sys.stdout.flush()

@@ -10,7 +10,7 @@ from pathlib import Path
 
 import numpy as np
 
-from quillon_tools import cbor, ubjson
+from quillon_tools import ubjson
 from quillon_tools.errors import UserError
 
 
@@ -34,6 +34,11 @@ def read_json(data):
 def read_bson(data):
     import bson
     return bson.decode(data)
+
+
+def read_cbor(data):
+    from quillon_tools import cbor
+    return cbor.loads(data)
 
 
 def read_msgpack(data):
@@ -63,6 +68,11 @@ def write_bson(document):
     return bson.encode(as_lists(document))
 
 
+def write_cbor(document):
+    from quillon_tools import cbor
+    return cbor.dumps(document)
+
+
 def write_msgpack(document):
     import msgpack
     return msgpack.packb(as_lists(document), use_single_float=True)
@@ -76,7 +86,7 @@ def as_lists(document):
 READERS = {
     ".json": read_json,
     ".bson": read_bson,
-    ".cbor": cbor.loads,
+    ".cbor": read_cbor,
     ".msgpack": read_msgpack,
     ".ubj": lambda data: ubjson.loads(data, ">", bjdata=False),
     ".jdb": lambda data: ubjson.loads(data, "<", bjdata=True),
@@ -84,7 +94,7 @@ READERS = {
 WRITERS = {
     ".json": write_json,
     ".bson": write_bson,
-    ".cbor": cbor.dumps,
+    ".cbor": write_cbor,
     ".msgpack": write_msgpack,
     ".ubj": lambda document: ubjson.dumps(document, ">"),
     ".jdb": lambda document: ubjson.dumps(document, "<"),
