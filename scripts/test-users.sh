@@ -29,9 +29,14 @@ scripts/install-packages.sh \
     python3-matplotlib \
     python3-msgpack \
     python3-numpy \
+    python3-pip \
+    python3-pymongo \
     python3-selenium \
     python3-tqdm \
+    python3-setuptools \
     python3-ubjson \
+    python3-venv \
+    python3-wheel \
     zsh
 [ $# -gt 0 ] || scripts/build.sh release
 

@@ -60,6 +60,8 @@ NOT_RUN = {
     "./scripts/check-package.sh": CI,
     "./scripts/package.sh": "scripts/check-package.sh starts it",
     "sudo apt install ./build/packages/quillon_*_amd64.deb": "scripts/check-package.sh does the same",
+    "sudo apt install ./build/packages/quillon-tools_*_all.deb":
+        "scripts/check-package.sh does the same",
     "cmake --preset release && cmake --build --preset release && "
     "cmake --install build/release --prefix ~/.local": "scripts/check-install.sh does the same",
 }

@@ -51,18 +51,20 @@ def main(arguments=None):
     for stream in (sys.stdout, sys.stderr):
         stream.reconfigure(encoding="utf-8", errors="backslashreplace")
     words = sys.argv[1:] if arguments is None else arguments
-    options = parser_of_verbs(words[0] if words else "").parse_args(words)
     try:
+        options = parser_of_verbs(words[0] if words else "").parse_args(words)
         status = options.run(options)
         sys.stdout.flush()
         return status
     except UserError as error:
-        print(f"quillon-tools {options.verb}: {error}", file=sys.stderr)
+        problem = str(error)
     except KeyboardInterrupt:
-        print(f"quillon-tools {options.verb}: stopped", file=sys.stderr)
+        problem = "stopped"
     except BrokenPipeError:  # the reader of our output, such as head, has what it wants
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return 1
     except OSError as error:
         name = f"{error.filename}: " if error.filename else ""
-        print(f"quillon-tools {options.verb}: {name}{error.strerror or error}", file=sys.stderr)
+        problem = f"{name}{error.strerror or error}"
+    print(f"quillon-tools {words[0]}: {problem}", file=sys.stderr)
     return 1

@@ -32,10 +32,10 @@ from quillon_tools.vectors import LENGTH_TOLERANCE, WIDTHS, lengths_of
 
 
 def add_arguments(parser):
-    parser.add_argument("source", type=Path, metavar="IN")
-    parser.add_argument("target", type=Path, metavar="OUT")
+    parser.add_argument("source", type=Path, metavar="IN", help="a document or .npz")
+    parser.add_argument("target", type=Path, metavar="OUT", help="a document, .npz or folder")
     parser.add_argument("--format", choices=[name[1:] for name in READERS], default="cbor",
-                        help="of the encodings files of a library; cbor unless given")
+                        help="format of the encodings files of a library; cbor unless given")
     parser.add_argument("--normalise", action="store_true", help="scale every vector to length 1")
     parser.add_argument("--replace-stars", action="store_true",
                         help="write * in names as _; code and handle are then the last two fields")

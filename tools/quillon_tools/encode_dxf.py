@@ -39,7 +39,7 @@ QUERIES = 5  # written unless names are given
 def add_arguments(parser):
     parser.add_argument("drawings", nargs="+", metavar="DRAWINGS", help="DXF files, or folders of them")
     parser.add_argument("--output", type=Path, default=Path("library"), metavar="FOLDER",
-                        help="library unless given")
+                        help="folder of the library; library unless given")
     parser.add_argument("--queries", nargs="+", metavar="NAME",
                         help=f"blocks of these names, * for any letters; {QUERIES} blocks from all "
                         "over the drawings unless given")

@@ -33,15 +33,19 @@ HEAD = ["method", "topk", *[f"hit@{place}" for place in PLACES], "MRR", "ms"]
 
 
 def add_arguments(parser):
-    parser.add_argument("answers", metavar="ANSWERS")
+    parser.add_argument("answers", metavar="ANSWERS", help="the right blocks of every query")
     parser.add_argument("--list", required=True, metavar="LIST", help="the library")
     parser.add_argument("--program", metavar="PATH", help="quillon on the PATH unless given")
     parser.add_argument("--methods", nargs="+", choices=list(METHODS.values()),
-                        default=list(METHODS.values()), metavar="METHOD")
-    parser.add_argument("--topk", nargs="+", type=int, default=[5, 10], metavar="NUMBER")
+                        default=list(METHODS.values()), metavar="METHOD",
+                        help="methods to measure; all unless given")
+    parser.add_argument("--topk", nargs="+", type=int, default=[5, 10], metavar="NUMBER",
+                        help="hits of a query at most, one or more; 5 and 10 unless given")
     parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold; 0.3 unless given")
-    parser.add_argument("--jobs", type=positive, default=processors(), metavar="NUMBER")
-    parser.add_argument("--table", choices=list(TABLES), default="text")
+    parser.add_argument("--jobs", type=positive, default=processors(), metavar="NUMBER",
+                        help="searches at a time; one a processor unless given")
+    parser.add_argument("--table", choices=list(TABLES), default="text",
+                        help="form of the table; text unless given")
 
 
 def run(options):

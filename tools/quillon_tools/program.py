@@ -34,7 +34,8 @@ def find_program(given):
 def add_search_arguments(parser):
     """The options that every search of the verb gets."""
     parser.add_argument("--program", metavar="PATH", help="quillon on the PATH unless given")
-    parser.add_argument("--method", choices=list(METHODS.values()), default="adaptive")
+    parser.add_argument("--method", choices=list(METHODS.values()), default="adaptive",
+                        help="how to rank; adaptive unless given")
     parser.add_argument("--topk", type=int, metavar="NUMBER", default=5,
                         help="hits of a query at most; 5 unless given, -1 for all")
     parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold; 0.3 unless given")

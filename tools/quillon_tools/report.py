@@ -28,11 +28,11 @@ PAGE = Path(__file__).parent / "page"
 def add_arguments(parser):
     parser.add_argument("results", nargs="+", metavar="RESULTS", help="results, or folders of them")
     parser.add_argument("--output", type=Path, default=Path("report.html"), metavar="FILE",
-                        help="report.html unless given")
+                        help="the page; report.html unless given")
     parser.add_argument("--pictures", metavar="FOLDER", help="pictures of blocks and queries")
     parser.add_argument("--queries", metavar="FOLDER", help="queries, for their texts")
-    parser.add_argument("--svg", type=Path, metavar="FILE", help="draw a bar chart of one result")
-    parser.add_argument("--png", type=Path, metavar="FILE", help="the same")
+    parser.add_argument("--svg", type=Path, metavar="FILE", help="draw a bar chart of one result instead")
+    parser.add_argument("--png", type=Path, metavar="FILE", help="the same as PNG")
 
 
 def run(options):

@@ -51,12 +51,14 @@ def add_arguments(parser):
     parser.add_argument("queries", nargs="+", metavar="QUERIES", help="queries, or folders of them")
     parser.add_argument("--list", required=True, metavar="LIST", help="the library")
     parser.add_argument("--output", type=Path, default=Path("results"), metavar="FOLDER",
-                        help="results unless given")
+                        help="folder of the results; results unless given")
     parser.add_argument("--jobs", type=positive, metavar="NUMBER", default=processors(),
                         help="searches at a time; one a processor unless given")
-    parser.add_argument("--parts", type=positive, default=1, metavar="NUMBER")
-    parser.add_argument("--slurm", action="store_true", help="run as a job array")
-    parser.add_argument("--summary", choices=list(TABLES), default="text")
+    parser.add_argument("--parts", type=positive, default=1, metavar="NUMBER",
+                        help="search the library in so many parts and merge the results")
+    parser.add_argument("--slurm", action="store_true", help="run as a job array of Slurm")
+    parser.add_argument("--summary", choices=list(TABLES), default="text",
+                        help="form of the table that is printed; text unless given")
     add_search_arguments(parser)
 
 
