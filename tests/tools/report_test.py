@@ -109,6 +109,7 @@ class File(Page):
         self.assertEqual(printed, "report.html: 1 query, 3 hits, 2 pictures")
         self.assertEqual((page.count("data:image/svg+xml"), page.count("</style>")), (2, 1))
         self.assertNotIn("secret\"", page.split("</style>")[0])
+        self.assertEqual(Texts(page).texts.count("no picture"), 1)
 
     def test_is_small(self):
         (self.folder / "pictures").mkdir()
