@@ -37,6 +37,7 @@ scripts/install-packages.sh \
     python3-ubjson \
     python3-venv \
     python3-wheel \
+    slurm-wlm \
     zsh
 [ $# -gt 0 ] || scripts/build.sh release
 
