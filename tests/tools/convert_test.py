@@ -10,7 +10,7 @@ import cbor2
 import msgpack
 import numpy as np
 import ubjson as other_ubjson
-from support import ROOT, SAMPLE, encodings, query, run_program, run_tools, write_json
+from support import ROOT, encodings, query, run_program, run_tools, write_json
 
 from quillon_tools import ubjson
 from quillon_tools.cbor import head_bytes

@@ -28,7 +28,7 @@ def block_picture(lines):
 
 
 def path_of(points, height):
-    """The commands that draw a line, each point relative to the one before; "" for a single point."""
+    """The commands that draw a line, each point relative to the one before; "" for a point."""
     points = points * [1, -1] + [0, height]  # upwards in drawings, downwards in pictures
     moved = np.any(np.diff(points, axis=0) != 0, axis=1)
     points = points[np.concatenate([[True], moved])]

@@ -68,7 +68,8 @@ def table(findings):
 
 def summary(check, levels):
     """One line of counts, and one more on duplicates whose texts differ, which is common."""
-    found = [counted(levels[level], level) for level in ("error", "warning", "note") if levels[level]]
+    found = [counted(levels[level], level)
+             for level in ("error", "warning", "note") if levels[level]]
     line = (f"{counted(check.checked_files, 'file')}, {counted(check.blocks, 'block')}, "
             f"{counted(len(check.codes), 'code')}: {', '.join(found) or 'no findings'}")
     if check.other_texts:

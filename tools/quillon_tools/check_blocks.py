@@ -29,7 +29,8 @@ def check_encodings(check, path, document):
     members = ["blocks", *WIDTHS]
     for name in members:
         if not is_array(document.get(name)):
-            found = f"is {type_name(document[name])}, no array" if name in document else "is missing"
+            found = f"is {type_name(document[name])}, no array" if name in document \
+                else "is missing"
             check.add("error", path, "member", f"{name} {found}", ENDS)
             return
     blocks = document["blocks"]

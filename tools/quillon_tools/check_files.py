@@ -137,7 +137,7 @@ class Check:
                      "is not .blocksMetadata/ANY/DRAWING/FILE", f"gives hits the dwgPath {given}")
 
     def check_keys_of_library(self):
-        """A star in a name cannot be told from a further field, unless all keys have further ones."""
+        """A star in a name looks like a further field, unless all keys have further fields."""
         if len(self.long_keys) < self.keys or self.keys == 1:
             self.findings += self.long_keys
         else:

@@ -44,8 +44,8 @@ def add_arguments(parser):
 def run(options):
     source, target = options.source, options.target
     if target.suffix not in [*READERS, ".npz", ""]:
-        raise UserError(f"{target}: the extension is none of {' '.join(READERS)} .npz; a folder has "
-                        "none")
+        raise UserError(f"{target}: the extension is none of {' '.join(READERS)} .npz; a folder "
+                        "has none")
     other_lengths = Counter()
     print(convert(source, target, options, other_lengths))
     for side in WIDTHS:

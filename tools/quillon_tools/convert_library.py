@@ -19,7 +19,7 @@ def read_library(paths):
 
 
 def root_of(path):
-    """The folder that keeps the path of the drawing, R of R/.blocksMetadata/X/D/file, or R/D/file."""
+    """The folder R of R/.blocksMetadata/X/D/file or R/D/file, which is not part of the name."""
     levels = 4 if len(path.parts) > 4 and path.parts[-4] == ".blocksMetadata" else 2
     return path.parents[min(levels, len(path.parents)) - 1]
 

@@ -51,7 +51,7 @@ def write_json(document):
 
 
 def json_text(value):
-    """JSON text in which the numbers of matrices have the 9 digits that tell 32-bit floats apart."""
+    """JSON text. Numbers of matrices have the 9 digits that tell 32-bit floats apart."""
     if isinstance(value, np.ndarray):
         rows = (",".join(["%.9g" % number for number in row]) for row in value.tolist())
         return "[" + ",".join(f"[{row}]" for row in rows) + "]"

@@ -37,7 +37,8 @@ QUERIES = 5  # written unless names are given
 
 
 def add_arguments(parser):
-    parser.add_argument("drawings", nargs="+", metavar="DRAWINGS", help="DXF files, or folders of them")
+    parser.add_argument("drawings", nargs="+", metavar="DRAWINGS",
+                        help="DXF files, or folders of them")
     parser.add_argument("--output", type=Path, default=Path("library"), metavar="FOLDER",
                         help="folder of the library; library unless given")
     parser.add_argument("--queries", nargs="+", metavar="NAME",
@@ -64,8 +65,8 @@ def run(options):
     write_library(options.output, drawings, texts)
     queries = write_queries(options.output / "queries", options.output / "pictures", blocks, texts,
                             options.queries)
-    print(f"{options.output}: {counted(len(drawings), 'drawing')}, {counted(len(blocks), 'block')}, "
-          f"{queries} {'query' if queries == 1 else 'queries'}")
+    print(f"{options.output}: {counted(len(drawings), 'drawing')}, "
+          f"{counted(len(blocks), 'block')}, {queries} {'query' if queries == 1 else 'queries'}")
     return 1 if failures else 0
 
 
@@ -113,7 +114,8 @@ def write_library(output, drawings, texts):
             "text": rows})
         files.append(str(place))
         for block, _ in blocks:
-            (pictures / f"{block.code}.svg").write_text(block_picture(block.lines), encoding="utf-8")
+            picture = pictures / f"{block.code}.svg"
+            picture.write_text(block_picture(block.lines), encoding="utf-8")
     write_document(output / "filelist.json", {"files": files})
 
 

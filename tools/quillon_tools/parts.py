@@ -36,7 +36,8 @@ def merge(texts, k, *, dedup):
                 hits.append(hit)
             codes.add(hit["code"])
         first_row += result["stats"]["uniqueBlocks"]
-    hits.sort(key=lambda hit: hit["distOrScore"])  # stable: equal distances in the order of the list
+    # The sort is stable: equal distances stay in the order of the list.
+    hits.sort(key=lambda hit: hit["distOrScore"])
     hits = hits if k < 0 else hits[:k]
     counts = ["failedDrawings", "totalBlocks", "totalDrawings", "uniqueBlocks"]
     stats = {name: sum(result["stats"][name] for result in results) for name in counts}
@@ -49,7 +50,8 @@ def text_of(value):
     if isinstance(value, Number):
         return value.text
     if isinstance(value, dict):
-        return "{" + ",".join(f"{text_of(name)}:{text_of(one)}" for name, one in value.items()) + "}"
+        members = (f"{text_of(name)}:{text_of(one)}" for name, one in value.items())
+        return "{" + ",".join(members) + "}"
     if isinstance(value, list):
         return "[" + ",".join(map(text_of, value)) + "]"
     return json.dumps(value, ensure_ascii=False)

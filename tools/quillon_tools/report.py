@@ -31,7 +31,8 @@ def add_arguments(parser):
                         help="the page; report.html unless given")
     parser.add_argument("--pictures", metavar="FOLDER", help="pictures of blocks and queries")
     parser.add_argument("--queries", metavar="FOLDER", help="queries, for their texts")
-    parser.add_argument("--svg", type=Path, metavar="FILE", help="draw a bar chart of one result instead")
+    parser.add_argument("--svg", type=Path, metavar="FILE",
+                        help="draw a bar chart of one result instead")
     parser.add_argument("--png", type=Path, metavar="FILE", help="the same as PNG")
 
 

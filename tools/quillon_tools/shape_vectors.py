@@ -1,4 +1,4 @@
-"""An example of a shape vector: a histogram of the directions of lines. Part of the example encoder.
+"""An example of a shape vector: a histogram of directions. Part of the example encoder.
 
 The lines are scaled to a unit box and drawn on a raster of 128 × 128. For 8 × 8 cells and 8
 directions (modulo 180 degrees) the pixels are counted, with linear interpolation between

@@ -13,7 +13,8 @@ SCRIPT = """\
 #SBATCH --job-name=quillon
 #SBATCH --output=/dev/null
 search() { # LIST QUERY OUTPUT
-    OMP_NUM_THREADS=${SLURM_CPUS_PER_TASK:-1} PROGRAM /filelist "$1" /encode "$2" /output "$3" OPTIONS > "$3.console"
+    OMP_NUM_THREADS=${SLURM_CPUS_PER_TASK:-1} PROGRAM \\
+        /filelist "$1" /encode "$2" /output "$3" OPTIONS > "$3.console"
     echo $? > "$3.status"
 }
 case $SLURM_ARRAY_TASK_ID in

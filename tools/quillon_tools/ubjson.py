@@ -12,7 +12,7 @@ BJDATA_NUMBERS = {**NUMBERS, "u": "H", "m": "I", "M": "Q", "h": "e"}
 CONSTANTS = {"Z": None, "T": True, "F": False}
 LONGEST_RUN = 1024  # floats that are looked at together
 MOST_CONSTANTS = 1 << 20  # values without bytes of their own that a document may announce
-DEEPEST = 500  # containers inside containers
+DEEPEST = 250  # containers inside containers; Python ends at 1,000 calls
 END = object()
 
 

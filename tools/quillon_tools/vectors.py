@@ -17,8 +17,8 @@ class Rows:
 
 def type_name(value):
     """The JSON type, as the program's messages name it."""
-    for kinds, name in [((bool,), "boolean"), ((int, float), "number"), ((str,), "string"),
-                        ((list, np.ndarray), "array"), ((dict,), "object"), ((type(None),), "null")]:
+    for kinds, name in [(bool, "boolean"), ((int, float), "number"), (str, "string"),
+                        ((list, np.ndarray), "array"), (dict, "object"), (type(None), "null")]:
         if isinstance(value, kinds):
             return name
     return "binary"
