@@ -7,8 +7,8 @@ Libraries of 50 blocks a drawing, without duplicates, of unit vectors around a c
 blocks, are made in FOLDER unless they are there (4.5 GB for a million blocks). The first table has
 the time and the peak memory of one run. The second has the queries a minute of a series of runs,
 one at a time and two at a time, in turns, where a run takes less than ten seconds. The best of
-three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy, and an idle
-machine.
+three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy,
+python3-cbor2 and an idle machine.
 """
 import json
 import math

@@ -58,7 +58,7 @@ Maintainer: Quillon authors <maintainers@quillon.invalid>
 Section: graphics
 Priority: optional
 Installed-Size: $(du -sk --apparent-size "$root/usr" | cut -f 1)
-Depends: python3 (>= 3.9), python3-bson, python3-cbor2, python3-ezdxf, python3-jinja2, python3-matplotlib, python3-msgpack, python3-numpy, python3-tqdm
+Depends: python3 (>= 3.10), python3-bson, python3-cbor2, python3-ezdxf, python3-jinja2, python3-matplotlib, python3-msgpack, python3-numpy, python3-tqdm
 Recommends: quillon
 Description: check, convert, search and show libraries of CAD blocks
  Tools around the program quillon, which finds the blocks of CAD drawings most

@@ -253,8 +253,8 @@ class Files(Library):
         self.document["blocks"][0] = "Door" * 99 + "*c1*1F"
         (self.folder / "e.jdb").write_bytes(bjdata.dumpb(self.document, no_float32=False))
         self.assertEqual(self.check_library(name="e.jdb"), [self.row(
-            "error", "", "is BJData of draft 1: the bytes of its numbers are in the other order",
-            "reads other numbers, silently", "e.jdb")])
+            "error", "", "is BJData of draft 1, or UBJSON: the bytes of its numbers are in the other "
+            "order", "reads other numbers, silently", "e.jdb")])
 
     def test_numbers_that_take_space(self):
         self.document["shape"] = [[512 ** -0.5] * 512] * 3

@@ -12,7 +12,7 @@ import numpy as np
 import ubjson as other_ubjson
 from support import ROOT, encodings, query, run_program, run_tools, write_json
 
-from quillon_tools import ubjson
+from quillon_tools import cbor, ubjson
 from quillon_tools.cbor import head_bytes
 from quillon_tools.documents import READERS, read_document
 
@@ -82,6 +82,21 @@ class Arrays(unittest.TestCase):
     def test_counts_have_the_shortest_heads(self):
         for count in [0, 1, 23, 24, 255, 256, 65535, 65536, 2 ** 32 - 1, 2 ** 32]:
             self.assertEqual(head_bytes(0, count), cbor2.dumps(count))
+
+    def test_rows_of_32_bit_floats_are_read_at_once(self):
+        for rows, width in [(1, 1), (3, 23), (24, 384), (300, 512), (1, 70_000)]:
+            matrix = np.arange(rows * width, dtype="f4").reshape(rows, width)
+            data = cbor.dumps({"shape": matrix, "blocks": ["a"]})
+            self.assertEqual(cbor2.loads(data), {"shape": matrix.tolist(), "blocks": ["a"]})
+            found = cbor.loads(data)
+            self.assertIsInstance(found["shape"], np.ndarray)
+            np.testing.assert_array_equal(found["shape"], matrix)
+
+    def test_other_rows_are_read_one_by_one(self):
+        for rows in [[], [[]], [[0.5] * 24, [0.5] * 23], [[0.1, 1]], [["a"]], 7, {}]:
+            document = {"text": rows, "further": [[0.5]]}
+            for data in [cbor2.dumps(document), cbor2.dumps(document, canonical=True)]:
+                self.assertEqual(cbor.loads(data), document)
 
     def test_is_searched_with_exact_distances(self):
         arrays = library()

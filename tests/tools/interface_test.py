@@ -46,6 +46,13 @@ class Help(unittest.TestCase):
             self.assertEqual((status, text), (2, ""))
             self.assertNotIn("Traceback", errors)
 
+    def test_missing_package_has_a_message(self):
+        ended = subprocess.run(  # without the folder of Debian's packages
+            ["/usr/bin/python3", "-S", "-m", "quillon_tools", "check", "x"], check=False,
+            capture_output=True, text=True, env={"PYTHONPATH": str(ROOT / "tools")})
+        self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (
+            1, "", "quillon-tools check: the Python package numpy is not installed\n"))
+
     def test_output_that_nobody_reads_is_no_mistake(self):
         read, write = os.pipe()
         os.close(read)

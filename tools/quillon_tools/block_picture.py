@@ -2,7 +2,7 @@
 import numpy as np
 
 GRIDS = [500, 250, 125]  # the finest first
-LARGEST = 12_000  # bytes
+LARGEST = 8_000  # bytes
 
 
 def block_picture(lines):

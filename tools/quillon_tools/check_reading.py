@@ -50,8 +50,8 @@ def check_draft(check, path, data, document, failure):
         return document, failure
     if not has_plausible_numbers(turned):
         return document, failure
-    check.add("error", path, "draft 1", "is BJData of draft 1: the bytes of its numbers are in the "
-              "other order", "reads other numbers, silently")
+    check.add("error", path, "draft 1", "is BJData of draft 1, or UBJSON: the bytes of its "
+              "numbers are in the other order", "reads other numbers, silently")
     return turned, ""
 
 

@@ -63,6 +63,8 @@ def main(arguments=None):
     except BrokenPipeError:  # the reader of our output, such as head, has what it wants
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return 1
+    except ModuleNotFoundError as error:
+        problem = f"the Python package {error.name} is not installed"
     except OSError as error:
         name = f"{error.filename}: " if error.filename else ""
         problem = f"{name}{error.strerror or error}"
