@@ -28,9 +28,9 @@ def text_vectors(documents):
             row[hashed % len(row)] += (1 + np.log(times)) * rarity * (1 if hashed >> 31 else -1)
     features /= np.maximum(np.linalg.norm(features, axis=1), 1e-9)[:, None]
     if is_wide:
-        # The right singular vectors are the eigenvectors of this product, the largest last.
-        _, directions = np.linalg.eigh(features.T @ features)
-        features = features @ directions[:, :-WIDTH - 1:-1]
+        # The triangle has the right singular vectors of the features, and at most WIDE rows.
+        triangle = np.linalg.qr(features, mode="r")
+        features = features @ np.linalg.svd(triangle, full_matrices=False)[2][:WIDTH].T
     lengths = np.linalg.norm(features, axis=1)
     features[lengths == 0, 0] = 1  # blocks without a word
     return (features / np.maximum(lengths, lengths == 0)[:, None]).astype(np.float32)
