@@ -283,11 +283,12 @@ class Queries(Library):
              "./program", "--jobs", "2", "--summary", "csv"], cwd=self.folder,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             env={**os.environ, "PYTHONPATH": str(ROOT / "tools")})
+        self.addCleanup(tools.kill)
         started = []
         while len(started) < 2:
             started += (self.folder / "started").read_text().split()
         tools.send_signal(signal.SIGINT)
-        text, errors = tools.communicate()
+        text, errors = tools.communicate(timeout=300)
         self.assertEqual((tools.returncode, text), (1, HEAD + "".join(
             f"queries/{number}.json,1,,,,stopped\n" for number in range(3))))
         self.assertIn("stopped: 0 of 3 queries succeeded", errors)
