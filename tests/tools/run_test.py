@@ -282,7 +282,9 @@ class Queries(Library):
             [sys.executable, "-m", "quillon_tools", "run", "queries", "--list", "l.json", "--program",
              "./program", "--jobs", "2", "--summary", "csv"], cwd=self.folder,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-            env={**os.environ, "PYTHONPATH": str(ROOT / "tools")})
+            env={**os.environ, "PYTHONPATH": str(ROOT / "tools")},
+            # Tests in the background have it ignored, and would pass that on.
+            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
         self.addCleanup(tools.kill)
         started = []
         while len(started) < 2:
