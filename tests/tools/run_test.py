@@ -241,6 +241,16 @@ class Queries(Library):
         self.assertIn("2 of 3 queries succeeded", errors)
         self.assertEqual(sorted(os.listdir(self.folder / "new/results")), ["0.json", "2.json"])
 
+    def test_a_search_that_fails_late_leaves_no_file(self):
+        (self.folder / "program").write_text("""#!/bin/sh
+            echo cut off > "$6"
+            printf 'exception: broken'
+            exit 1""")
+        (self.folder / "program").chmod(0o755)
+        status, rows, _ = self.run_queries("query.json", "--program", "./program")
+        self.assertEqual((status, rows, os.listdir(self.folder / "results")),
+                         (1, [["query.json", "1", "", "", "broken"]], []))
+
     def test_summaries(self):
         self.write_library(made_up_drawings(drawings=2, blocks=5, copies=0))
         arguments = ["run", "query.json", "--list", "filelist.json", "--program", PROGRAM]
