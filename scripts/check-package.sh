@@ -10,8 +10,9 @@ scripts/package.sh
 version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 packages=$PWD/build/packages
 debian=$packages/quillon_$version-1_amd64.deb
+tools=$packages/quillon-tools_$version-1_all.deb
 (cd "$packages" && sha256sum --check --quiet SHA256SUMS)
-lintian --allow-root --fail-on error,warning "$debian"
+lintian --allow-root --fail-on error,warning "$debian" "$tools"
 
 work=$(mktemp -d)
 root=$work/root
@@ -30,6 +31,7 @@ scripts/check-build-paths.sh "$archive/bin/quillon"
 (cd examples/drawings && "$archive/bin/quillon" "${query[@]}" "$work/result.json" \
     >"$work/console.txt")
 scripts/check-sample-hits.sh "$work/result.json"
+test -f "$work/quillon-$version-linux-x86_64/share/quillon/quillon_tools-$version-py3-none-any.whl"
 
 # From where this machine has its own packages.
 mirror=$(apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Codename: bookworm' | sed -n 1p)
@@ -89,3 +91,17 @@ rm "$root/srv/result.json"
 inRoot apt-get purge -y -qq --autoremove quillon >"$work/apt.log" 2>&1 ||
     { cat "$work/apt.log"; exit 1; }
 paths | diff "$work/before" - || { echo 'The removed package left or took these' >&2; exit 1; }
+
+# The tools with the program, and nothing of them when they are removed.
+cp "$debian" "$root/srv/quillon.deb"
+cp "$tools" "$root/srv/quillon-tools.deb"
+inRoot apt-get install -y -qq --no-install-recommends /srv/quillon.deb /srv/quillon-tools.deb \
+    >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; exit 1; }
+inRoot sh -ec 'cd /srv/drawings
+    quillon-tools check filelist.json
+    quillon-tools run queries --list filelist.json --output /srv/results
+    quillon-tools report /srv/results --pictures pictures --output /srv/report.html'
+scripts/check-sample-hits.sh "$root/srv/results/1-door-23-3.json"
+inRoot apt-get purge -y -qq quillon-tools >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; exit 1; }
+left=$(find "$root/usr" "$root/var/cache" -name '*quillon[-_]tools*')
+[ -z "$left" ] || { printf 'The removed quillon-tools left\n%s\n' "$left" >&2; exit 1; }

@@ -28,6 +28,7 @@ done
 cp -r docs/schema "$folder/docs"
 cp -r examples/callers "$folder"
 cp -r examples/drawings "$folder/sample"
+scripts/build-wheel.sh "$folder"
 
 # The licenses, and those that they only refer to.
 for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev \
