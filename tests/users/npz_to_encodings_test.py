@@ -9,7 +9,7 @@ from pathlib import Path
 
 import cbor2
 import numpy as np
-from program import ROOT, run
+from program import ROOT, run_query
 
 sys.path.append(str(ROOT / "scripts"))
 from npz_to_encodings import cbor_head  # noqa: E402, found by the line above
@@ -95,9 +95,8 @@ class NpzToEncodings(unittest.TestCase):
         (self.folder / "query.json").write_text(json.dumps(
             {"queryText": ["door"], **{side: [query[side].tolist()] for side in query}}))
         for side, limit in [("shape", 0.8), ("text", 4)]:
-            status, _ = run("/filelist", "library/filelist.json", "/encode", "query.json",
-                            "/output", "result.json", "/method", side, "/topk", "-1",
-                            "/min", "-3", folder=self.folder)
+            status, _ = run_query("/method", side, "/topk", "-1", "/min", "-3", folder=self.folder,
+                                  files="library/filelist.json")
             self.assertEqual(status, 0)
             hits = json.loads((self.folder / "result.json").read_text("utf-8"))["blocks"]
 

@@ -8,7 +8,7 @@ import unittest
 import xml.etree.ElementTree
 from pathlib import Path
 
-from program import ROOT, run
+from program import ROOT, run_query
 
 SVG = "{http://www.w3.org/2000/svg}"
 
@@ -48,8 +48,7 @@ class PlotHits(unittest.TestCase):
 
     def test_sample_is_the_picture_in_the_readme(self):
         result = self.folder / "result.json"
-        status, _ = run("/filelist", "filelist.json", "/encode", "queries/1-door-23-3.json",
-                        "/output", result)
+        status, _ = run_query(query="queries/1-door-23-3.json", output=result)
         self.assertEqual(status, 0)
         self.assertTrue(self.plot() == (ROOT / "docs/hits.svg").read_text("utf-8"),
                         "docs/hits.svg is not what scripts/plot_hits.py draws of the demo's result")

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 import cbor2
-from program import PROGRAM, ROOT, run
+from program import PROGRAM, ROOT, run_query
 
 PARTS = 4
 COMMANDS = re.findall(r"```sh\n(.*?)```", (ROOT / "docs/scaling.md").read_text("utf-8"), re.DOTALL)
@@ -115,9 +115,8 @@ class Scaling(unittest.TestCase):
         return self.document()
 
     def whole(self, method, k, options=""):
-        status, _ = run("/filelist", "filelist.json", "/encode", "query.json",
-                        "/output", "whole.json", "/method", method, "/topk", k, *options.split(),
-                        folder=self.folder)
+        status, _ = run_query("/method", method, "/topk", k, *options.split(), folder=self.folder,
+                              output="whole.json")
         self.assertEqual(status, 0)
         return self.document("whole.json")
 
@@ -222,8 +221,8 @@ class Scaling(unittest.TestCase):
         ended = self.shell(MANY_QUERIES)
         self.assertEqual((ended.returncode, ended.stderr), (0, ""))
         for number in range(3):
-            self.assertEqual(run("/filelist", "filelist.json", "/encode", f"queries/{number}.json",
-                                 "/output", "alone.json", folder=self.folder)[0], 0)
+            self.assertEqual(run_query(folder=self.folder, query=f"queries/{number}.json",
+                                       output="alone.json")[0], 0)
             self.assertEqual(self.document(f"results/{number}.json"), self.document("alone.json"))
             self.assertIn("run successfully!",
                           (self.folder / f"consoles/{number}.txt").read_text())
