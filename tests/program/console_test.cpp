@@ -132,6 +132,7 @@ TEST(ConsoleRun, AMeaninglessTextForcesByShape) {
         expectSuccess(
             runIn(folder, {"/method", "text", "/min", "0.6"}),
             console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) + ConsoleText::success());
+        EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"near"}));
     }
 }
 
