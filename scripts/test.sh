@@ -3,6 +3,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# For the test of another locale.
+scripts/install-packages.sh locales
+
 [ $# -gt 0 ] || set -- dev
 for preset in "$@"; do
     echo "== $preset"
