@@ -3,8 +3,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# For the test of another locale.
-scripts/install-packages.sh locales
+# For the tests of another locale and of reads that no sanitizer sees.
+scripts/install-packages.sh locales valgrind
 
 [ $# -gt 0 ] || set -- dev
 for preset in "$@"; do
