@@ -43,7 +43,7 @@ std::vector<SearchResult> expectPlainHits(const RandomLibrary& library, std::uin
     return hits;
 }
 
-TEST(SearchAdaptiveRowByRow, EqualsTheDenseForm) {
+TEST(SearchAdaptiveRowByRow, EqualsTheDenseFormOnLibrariesOfEveryKind) {
     for (const LibraryKind kind : allLibraryKinds) {
         for (const std::uint32_t rowCount : {5U, 31U, 32U, 101U, 150U}) {
             SCOPED_TRACE(nameOf(kind) + ", rows " + std::to_string(rowCount));
@@ -62,7 +62,7 @@ TEST(SearchAdaptiveRowByRow, EqualsTheDenseForm) {
 }
 
 // So many hits that the lists of all rows are made.
-TEST(SearchAdaptive, EqualsTheDenseFormWithTwoThousandListsAndMore) {
+TEST(SearchAdaptive, EqualsTheDenseFormOnTwoThousandListsAndMore) {
     const RandomLibrary library = uniformLibrary(2100, 1);
     EXPECT_EQ(expectPlainHits(library, 200).size(), 200U);
 }
@@ -78,7 +78,7 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMoreUniformRows) {
 }
 
 // The sum of two weights rounds up: what is said of a score must not be below that.
-TEST(SearchAdaptive, EqualsTheDenseFormAroundSixIdenticalRows) {
+TEST(SearchAdaptive, EqualsTheDenseFormOnRowsAroundSixIdenticalOnes) {
     for (const float shapeLength : {114.0F / 1024.0F, 140.0F / 1024.0F}) {
         const std::vector<SearchResult> hits =
             expectPlainHits(libraryAroundSixIdenticalRows(shapeLength, 75.0F / 1024.0F), 5);
@@ -87,7 +87,7 @@ TEST(SearchAdaptive, EqualsTheDenseFormAroundSixIdenticalRows) {
     }
 }
 
-TEST(SearchAdaptive, EqualsTheDenseFormAtTheLargestDistance) {
+TEST(SearchAdaptive, EqualsTheDenseFormOnDistancesAtTheLargestFloat) {
     for (std::uint32_t seed = 0; seed < 8; ++seed) {
         SCOPED_TRACE(seed);
         EXPECT_EQ(expectPlainHits(libraryAtTheLargestDistance(seed), 8).size(), 8U);
