@@ -187,10 +187,15 @@ std::vector<std::size_t> ascendingOrder(const std::vector<float>& values) {
                          isLess);
         return order;
     }
-    for (auto first = order.begin(); first != order.end();) {
-        const auto nan = std::find_if(first, order.end(), isNan);
-        std::stable_sort(first, nan, isLess);
-        first = nan == order.end() ? nan : nan + 1;
+    for (auto next = order.begin(); next != order.end(); ++next) {
+        auto place = next;
+        if (isLess(*next, order.front())) {
+            place = order.begin();
+        }
+        while (place != order.begin() && isLess(*next, *(place - 1))) {
+            --place;
+        }
+        std::rotate(place, next, next + 1);
     }
     return order;
 }

@@ -15,11 +15,11 @@ namespace quillon {
 /// Appends to `hits` the blocks of refined score at least `minThreshold`, best first, among equal
 /// scores the higher row first, until it holds k; k = 0 sets no limit. Blocks whose shape vector
 /// equals the query's are passed over. Among more than 32 rows, the query included, scores that are
-/// not a number rank below all others; among fewer the list ends at one, where a plain insertion
-/// sort leaves it. `queryShape` 1 × 512, `shapeMatrix` R × 512, `queryText` 1 × 384, `textMatrix`
-/// R × 384, k at most R. Throws xt::concatenate_error when query and library differ in width on one
-/// side, before anything is computed. The hits are the same to the bit on every processor, thread
-/// count and BLAS.
+/// not a number rank below all others; among fewer the list ends at the first one, wherever
+/// `ascendingOrder` puts it. `queryShape` 1 × 512, `shapeMatrix` R × 512, `queryText` 1 × 384,
+/// `textMatrix` R × 384, k at most R. Throws xt::concatenate_error when query and library differ in
+/// width on one side, before anything is computed. The hits are the same to the bit on every
+/// processor, thread count and BLAS.
 ///
 /// Time grows with k and little faster than R; memory beyond the arguments is some 200 bytes a row.
 /// For k of a twentieth of R and more, and for less than 1000 rows, time grows with the square of
@@ -41,9 +41,10 @@ void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatri
                       const FeatureMatrix& textMatrix, float minThreshold,
                       std::vector<SearchResult>& hits);
 
-/// Positions of `values` from the smallest to the largest, equal ones in ascending order. Of at
-/// most 32 values none moves past a NaN, as in a plain insertion sort, so that the values between
-/// two NaNs are sorted among themselves; of more the NaNs come first.
+/// Positions of `values` from the smallest to the largest, equal ones in ascending order. Of more
+/// than 32 values the NaNs come first. At most 32 are sorted by the insertion sort of the standard
+/// libraries, in which a NaN is neither less nor greater than anything: a value less than the first
+/// one moves to the front, past NaNs too; any other moves left while it is less than its neighbour.
 std::vector<std::size_t> ascendingOrder(const std::vector<float>& values);
 
 }  // namespace quillon

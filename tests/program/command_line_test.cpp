@@ -127,6 +127,35 @@ TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
     }
 }
 
+// Adaptive divides by the number of hits asked for, so a wrong one shows in every score.
+TEST(CommandLine, AllHitsAreAsManyAsTheLibraryHasRowsWithoutDuplicates) {
+    std::vector<MarkedBlock> blocks;
+    for (std::size_t i = 0; i < 10; ++i) {
+        const auto place = static_cast<double>(i);
+        blocks.push_back({"block*" + std::to_string(i) + "*1", 1.25 + place * place / 64});
+    }
+    const TempFolder folder;
+    writeQueryAndList(folder, {"a.json"});
+    const auto hitsOf = [&](std::size_t duplicates) {
+        folder.write("a.json", encodings(blocks));
+        ConsoleText console;
+        console.method = "Adaptive";
+        console.topK = "4294967295";
+        console.threshold = "-1";
+        expectSuccess(runIn(folder, {"/method", "adaptive", "/topk", "-1", "/min", "-1"}),
+                      console.untilFiles(1) +
+                          ConsoleText::summary(1, blocks.size(), 10, duplicates) +
+                          ConsoleText::success());
+        return nlohmann::json::parse(resultText(folder)).at("blocks");
+    };
+    const nlohmann::json hits = hitsOf(0);
+    EXPECT_EQ(hits.size(), 10U);
+    for (std::size_t i = 0; i < 8; ++i) {
+        blocks.push_back(MarkedBlock(blocks[i]));
+    }
+    EXPECT_EQ(hitsOf(8), hits);
+}
+
 TEST(CommandLine, NoNeighboursAskedForEndsInTheIndexsException) {
     const TempFolder folder;
     writeFiveBlocks(folder);

@@ -190,8 +190,12 @@ std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row)
     };
     std::vector<std::int64_t> order;
     for (std::size_t column = 0; column < values.shape(1); ++column) {
+        const float value = values(row, column);
         std::size_t place = order.size();
-        while (place > 0 && isLess(values(row, column), values(row, order[place - 1]))) {
+        if (place > 0 && isLess(value, values(row, order[0]))) {
+            place = 0;
+        }
+        while (place > 0 && isLess(value, values(row, order[place - 1]))) {
             --place;
         }
         order.insert(order.begin() + static_cast<std::ptrdiff_t>(place),

@@ -37,8 +37,10 @@ Floats fuseSimilarities(const std::vector<Floats>& sides, std::vector<Floats>& w
 /// All rows of the refined array, or only row 0 with the others left 0.
 Floats refineByNeighbours(const Floats& fused, std::int32_t k, bool allRows);
 
-/// Column numbers by ascending value: a plain insertion sort, which keeps equal values in order. Of
-/// more than 32 values NaN is the least; of fewer, nothing is less than a NaN or the other way.
+/// Column numbers by ascending value, sorted by insertion, which keeps equal values in order: each
+/// value goes to the front if it is less than the first, otherwise behind the last that it is not
+/// less than. Of more than 32 values NaN is the least; of fewer, nothing is less than a NaN or the
+/// other way.
 std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row);
 
 std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,

@@ -9,7 +9,7 @@ import cbor2
 import msgpack
 
 from documents_test import run_section
-from program import ROOT, run
+from program import ROOT, run_query
 
 PAGE = (ROOT / "docs/messages.md").read_text()
 
@@ -123,18 +123,7 @@ class Page(unittest.TestCase):
         key = ("README.md", "Your own blocks")
         with tempfile.TemporaryDirectory() as name:
             run_section(key, Path(name))
-            _, console = run(
-                "/filelist",
-                "filelist.json",
-                "/encode",
-                "query.json",
-                "/output",
-                "result.json",
-                "/method",
-                "shape",
-                "/pretty",
-                folder=name,
-            )
+            _, console = run_query("/method", "shape", "/pretty", folder=name)
         self.assertEqual(re.sub(r"\d+ ms", "0 ms", console), fenced(PAGE)[0])
 
 
@@ -295,11 +284,10 @@ def and_also(path, content):
 
 def start(files, *arguments):
     """Status, console and text of the result, if any, of a run in a folder with the files."""
-    documents = "/filelist list.json /encode query.json /output result.json".split()
     with tempfile.TemporaryDirectory() as name:
         for path, content in files.items():
             Path(name, path).write_bytes(content)
-        status, console = run(*documents, *arguments, folder=name)
+        status, console = run_query(*arguments, folder=name, files="list.json")
         result = Path(name, "result.json")
         return status, console, result.read_text() if result.exists() else None
 
