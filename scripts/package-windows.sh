@@ -31,8 +31,8 @@ cp -r examples/drawings "$folder/sample"
 scripts/build-wheel.sh "$folder"
 
 # The licenses, and those that they only refer to.
-for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev \
-    libxtensor-dev xtl-dev libboost1.74-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
+for package in nlohmann-json3-dev libsimdjson-dev libxtensor-dev xtl-dev libboost1.74-dev \
+    gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     copyright=/usr/share/doc/$package/copyright
     sed 's,/usr/share/common-licenses/\([A-Za-z0-9.-]*[A-Za-z0-9]\),\1.txt,g' "$copyright" \
         >build/package/copyright

@@ -41,10 +41,10 @@ TEST(UnderValgrind, EveryDrawingHasItsPadding) {
     const std::size_t count = names.size();
     ConsoleText console;
     console.parallel = false;
-    expectSuccess(runIn(folder, {"/no-parallel-load"},
-                        {"env", "OMP_NUM_THREADS=1", "valgrind", "--quiet", "--error-exitcode=99"}),
-                  console.untilFiles(count) + ConsoleText::summary(count, count, count, 0) +
-                      ConsoleText::success());
+    expectSuccess(
+        runIn(folder, {"/no-parallel-load"}, {"valgrind", "--quiet", "--error-exitcode=99"}),
+        console.untilFiles(count) + ConsoleText::summary(count, count, count, 0) +
+            ConsoleText::success());
 }
 
 }  // namespace

@@ -43,6 +43,20 @@ Floats refineByNeighbours(const Floats& fused, std::int32_t k, bool allRows);
 /// other way.
 std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row);
 
+/// What all searches of a library for one query share.
+struct FusedLibrary {
+    Floats stackedShape;          // N × 512, the query first
+    std::vector<Floats> weights;  // by side, 1 × N
+    Floats fused;                 // N × N
+};
+
+FusedLibrary fuseLibrary(const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
+                         const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix);
+
+std::vector<SearchResult> searchFused(const FusedLibrary& library, std::uint32_t k,
+                                      float minThreshold);
+
+/// Both in one.
 std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                                          const FeatureMatrix& queryText,
                                          const FeatureMatrix& shapeMatrix,

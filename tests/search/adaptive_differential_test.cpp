@@ -1,8 +1,10 @@
-// Adaptive, by either way, against the dense form: hit by hit and bit by bit.
+// Adaptive on any number of workers, by every kernel, against the dense form: hit by hit and bit by
+// bit.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,26 +30,32 @@ std::string bitsOf(const std::vector<SearchResult>& hits) {
     return text;
 }
 
-std::vector<SearchResult> searchBy(ListedRows way, const RandomLibrary& library, std::uint32_t k,
-                                   float minThreshold) {
-    std::vector<SearchResult> hits;
-    searchAdaptiveBy(way, k, library.queryShape, library.queryText, library.shapeMatrix,
-                     library.textMatrix, minThreshold, hits);
-    return hits;
+reference::FusedLibrary fusedLibrary(const RandomLibrary& library) {
+    return reference::fuseLibrary(library.queryShape, library.queryText, library.shapeMatrix,
+                                  library.textMatrix);
 }
 
-/// Returns how many hits all forms agree on.
+/// Returns how many hits all forms agree on. `fused` is the library's.
+std::size_t expectSameHits(const RandomLibrary& library, const reference::FusedLibrary& fused,
+                           std::uint32_t k, float minThreshold, const std::string& label) {
+    const std::vector<SearchResult> expected = reference::searchFused(fused, k, minThreshold);
+    // Workers and kernels in turns: over many searches each comes with each.
+    static std::size_t searches = 0;
+    const std::span<const DistanceKernel> kernels = runnableKernels();
+    for (const std::size_t workers : {1U, 2U, 7U}) {
+        const DistanceKernel& kernel = kernels[searches++ / 3 % kernels.size()];
+        std::vector<SearchResult> hits;
+        searchAdaptiveOn(workers, kernel, k, library.queryShape, library.queryText,
+                         library.shapeMatrix, library.textMatrix, minThreshold, hits);
+        EXPECT_EQ(bitsOf(hits), bitsOf(expected))
+            << workers << " workers, kernel " << kernel.name << ", " << label;
+    }
+    return expected.size();
+}
+
 std::size_t expectSameHits(const RandomLibrary& library, std::uint32_t k, float minThreshold,
                            const std::string& label) {
-    const std::vector<SearchResult> expected =
-        reference::searchAdaptive(k, library.queryShape, library.queryText, library.shapeMatrix,
-                                  library.textMatrix, minThreshold);
-    EXPECT_EQ(bitsOf(searchBy(ListedRows::all, library, k, minThreshold)), bitsOf(expected))
-        << "all rows listed, " << label;
-    EXPECT_EQ(bitsOf(searchBy(ListedRows::thoseThatCount, library, k, minThreshold)),
-              bitsOf(expected))
-        << "those listed that count, " << label;
-    return expected.size();
+    return expectSameHits(library, fusedLibrary(library), k, minThreshold, label);
 }
 
 std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t rowCount,
@@ -87,8 +95,9 @@ TEST(SearchAdaptive, EqualsTheDenseFormForEveryNumberOfHits) {
     for (const LibraryKind kind : allLibraryKinds) {
         const std::uint32_t rowCount = 40;
         const RandomLibrary library = makeRandomLibrary(kind, LibraryKind::clustered, rowCount, 7);
+        const reference::FusedLibrary fused = fusedLibrary(library);
         for (std::uint32_t k = 0; k <= rowCount; ++k) {
-            hits += expectSameHits(library, k, noThreshold,
+            hits += expectSameHits(library, fused, k, noThreshold,
                                    labelOf(kind, LibraryKind::clustered, rowCount, k, 7));
         }
     }
@@ -100,7 +109,8 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMiddlingLibraries) {
     std::uint32_t seed = 10'000;
     for (const LibraryKind shapeKind : allLibraryKinds) {
         for (const LibraryKind textKind : allLibraryKinds) {
-            // Around the longest curve, and where neighbourhoods begin to be split.
+            // Around the longest curve, and where neighbour bounds begin to come from several
+            // groups.
             for (const std::uint32_t rowCount :
                  {98U, 99U, 100U, 101U, 102U, 254U, 255U, 256U, 400U}) {
                 ++seed;
@@ -135,9 +145,9 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnLargeLibraries) {
     EXPECT_GT(hits, 100U);
 }
 
-// Copies, unlike in the other libraries, of many vectors: enough of them that most rows have some,
+// Rows identical with others, unlike in the other libraries, by many vectors: most rows have some,
 // or so many that scores tie by the dozen.
-TEST(SearchAdaptive, EqualsTheDenseFormAmongManyCopies) {
+TEST(SearchAdaptive, EqualsTheDenseFormOnManyIdenticalRows) {
     std::size_t hits = 0;
     for (std::uint32_t seed = 30'000; seed < 30'008; ++seed) {
         const std::uint32_t rowCount = 1200;

@@ -61,14 +61,13 @@ TEST(SearchAdaptiveRowByRow, EqualsTheDenseFormOnLibrariesOfEveryKind) {
     }
 }
 
-// So many hits that the lists of all rows are made.
+// So many hits that more than 1,024 lists are made at once.
 TEST(SearchAdaptive, EqualsTheDenseFormOnTwoThousandListsAndMore) {
     const RandomLibrary library = uniformLibrary(2100, 1);
     EXPECT_EQ(expectPlainHits(library, 200).size(), 200U);
 }
 
-// As many hits as still do not have the lists of all rows made: what is left out by mistake lacks
-// among them.
+// So many hits that a row which is ruled out by mistake is missing from them.
 TEST(SearchAdaptive, EqualsTheDenseFormOnUniformRows) {
     EXPECT_EQ(expectPlainHits(uniformLibrary(3000, 2), 150).size(), 150U);
 }
@@ -77,7 +76,7 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMoreUniformRows) {
     EXPECT_EQ(expectPlainHits(uniformLibrary(4200, 2), 100).size(), 100U);
 }
 
-// The sum of two weights rounds up: what is said of a score must not be below that.
+// The sum of two weights rounds up, so a score can be above 1: a bound on it must not be below.
 TEST(SearchAdaptive, EqualsTheDenseFormOnRowsAroundSixIdenticalOnes) {
     for (const float shapeLength : {114.0F / 1024.0F, 140.0F / 1024.0F}) {
         const std::vector<SearchResult> hits =
@@ -87,9 +86,8 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnRowsAroundSixIdenticalOnes) {
     }
 }
 
-// In both the row whose list has one gap is one of the query's neighbours by that.
 TEST(SearchAdaptive, EqualsTheDenseFormOnDistancesAtTheLargestFloat) {
-    for (const std::uint32_t seed : {1U, 7U}) {
+    for (std::uint32_t seed = 0; seed < 8; ++seed) {
         SCOPED_TRACE(seed);
         EXPECT_EQ(expectPlainHits(libraryAtTheLargestDistance(seed), 8).size(), 8U);
     }

@@ -47,30 +47,6 @@ RandomLibrary filled(std::size_t rowCount, const Fill& fill) {
     return library;
 }
 
-constexpr double largestFloat = std::numeric_limits<float>::max();
-
-/// The products of two shape vectors, summed in their order in 32-bit floats.
-float plainSum(const float* a, const float* b) {
-    float sum = 0.0F;
-    for (std::size_t c = 0; c < shapeWidth; ++c) {
-        sum += a[c] * b[c];
-    }
-    return sum;
-}
-
-/// Whether the squared distance, summed in its plain order, overflows though |a|^2 + |b|^2 - 2 a.b
-/// does not.
-bool isBeyondByRoundingAlone(const float* a, const float* b) {
-    float distance = 0.0F;
-    for (std::size_t c = 0; c < shapeWidth; ++c) {
-        distance += (a[c] - b[c]) * (a[c] - b[c]);
-    }
-    const double byLengths =
-        double{plainSum(a, a)} + double{plainSum(b, b)} - 2.0 * double{plainSum(a, b)};
-    return distance > std::numeric_limits<float>::max() &&
-           byLengths < largestFloat * (1.0 - 4 * 0x1p-24);
-}
-
 }  // namespace
 
 RandomLibrary uniformLibrary(std::size_t rowCount, std::uint32_t seed) {
@@ -102,30 +78,25 @@ RandomLibrary libraryAroundSixIdenticalRows(float shapeLength, float textLength)
 }
 
 RandomLibrary libraryAtTheLargestDistance(std::uint32_t seed) {
-    constexpr std::size_t shortRows = 5;
     std::mt19937 random(seed);
     RandomLibrary library = zeros(1200);
     fillSide(library.queryText, library.textMatrix,
              [&](std::size_t /*row*/, float* values) { fillUniform(values, random); });
-    const auto fillCentred = [&](float* values, double scale) {
-        std::generate_n(values, shapeWidth,
-                        [&] { return static_cast<float>((double{draw(random)} - 0.5) * scale); });
-    };
     fillSide(library.queryShape, library.shapeMatrix, [&](std::size_t row, float* values) {
-        if (row >= 1 && row <= shortRows) {
-            fillCentred(values, 4e13);
-        } else if (row == shortRows + 1) {
-            do {
-                fillCentred(values, 1.0);
-                const double length = std::sqrt(plainSum(values, values));
-                const double scale = std::sqrt(largestFloat * (1.0 - 8 * 0x1p-24)) / length;
-                std::transform(values, values + shapeWidth, values, [&](float value) {
-                    return static_cast<float>(double{value} * scale);
-                });
-            } while (!isBeyondByRoundingAlone(values, library.shapeMatrix.data()));
-        } else {
-            values[row == 0 ? 0 : 1] = 1e20F;
+        if (row > 15) {
+            values[0] = 1e20F;
+            return;
         }
+        double squaredLength = 0.0;
+        for (std::size_t c = 0; c < usedColumns; ++c) {
+            values[c] = draw(random) - 0.5F;
+            squaredLength += double{values[c]} * double{values[c]};
+        }
+        const double largest = std::sqrt(double{std::numeric_limits<float>::max()});
+        const double length = row < 4 ? 1e12 : largest * (1.0 + (draw(random) - 0.25) * 1e-6);
+        std::transform(values, values + usedColumns, values, [&](float value) {
+            return static_cast<float>(double{value} * length / std::sqrt(squaredLength));
+        });
     });
     return library;
 }

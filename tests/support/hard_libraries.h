@@ -20,10 +20,9 @@ RandomLibrary uniformLibrary(std::size_t rowCount, std::uint32_t seed);
 /// but for its rounding, which depends on the lengths of the axes.
 RandomLibrary libraryAroundSixIdenticalRows(float shapeLength, float textLength);
 
-/// On the shape side the query is far beyond the largest float from all of 1200 rows, so that its
-/// list has gaps alone. Five rows are short. One is as far from these as the largest float, and
-/// from the first of them beyond it by rounding alone, so that its list has one gap. All others are
-/// identical and as far from everything else as the query.
+/// Of 1200 rows three are short, as the query is, on the shape side; the squared distance of twelve
+/// to these is the largest float but for its rounding, and all others are one row far beyond it. So
+/// the lists of the short rows have gaps, or have none by a hair.
 RandomLibrary libraryAtTheLargestDistance(std::uint32_t seed);
 
 }  // namespace quillon::test

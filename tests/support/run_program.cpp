@@ -51,25 +51,6 @@ HANDLE inheritableFile(const fs::path& path) {
                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-/// Starts the command without a console of its own, which would be another way out of the program.
-/// Wine fails to start about one process in 2,000, because an address that every process needs is
-/// taken. Nothing has run then, so the start is repeated. scripts/wine.sh counts these failures.
-PROCESS_INFORMATION startProcess(std::wstring& command, const fs::path& workingFolder,
-                                 STARTUPINFOW& start) {
-    PROCESS_INFORMATION process{};
-    for (int attempt = 1; attempt <= 3; ++attempt) {
-        if (CreateProcessW(pathFromUtf8(QUILLON_PROGRAM).c_str(), command.data(), nullptr, nullptr,
-                           TRUE, DETACHED_PROCESS, nullptr, workingFolder.c_str(), &start,
-                           &process) != FALSE) {
-            return process;
-        }
-        if (GetLastError() != ERROR_INTERNAL_ERROR) {
-            break;
-        }
-    }
-    throw std::runtime_error("cannot start the program");
-}
-
 /// Sets variables ("NAME=VALUE") for the processes started while it lives.
 class Environment {
   public:
@@ -113,9 +94,16 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::pa
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = inheritableFile(outputs.path() / "out");
     start.hStdError = inheritableFile(outputs.path() / "error");
-    const PROCESS_INFORMATION process = startProcess(command, workingFolder, start);
+    PROCESS_INFORMATION process{};
+    // Without a console of its own, which would be another way out of the program.
+    const BOOL started =
+        CreateProcessW(pathFromUtf8(QUILLON_PROGRAM).c_str(), command.data(), nullptr, nullptr,
+                       TRUE, DETACHED_PROCESS, nullptr, workingFolder.c_str(), &start, &process);
     CloseHandle(start.hStdOutput);
     CloseHandle(start.hStdError);
+    if (started == FALSE) {
+        throw std::runtime_error("cannot start the program");
+    }
     WaitForSingleObject(process.hProcess, INFINITE);
     DWORD status = 0;
     GetExitCodeProcess(process.hProcess, &status);

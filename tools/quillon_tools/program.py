@@ -67,7 +67,7 @@ class Searches:
         try:
             process = subprocess.Popen(
                 list(map(str, words)), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                stderr=subprocess.STDOUT, env={**os.environ, "OMP_NUM_THREADS": "1"})
+                stderr=subprocess.STDOUT)
             self.running.add(process)
             if self.is_stopped:
                 process.kill()

@@ -13,7 +13,7 @@ SCRIPT = """\
 #SBATCH --job-name=quillon
 #SBATCH --output=/dev/null
 search() { # LIST QUERY OUTPUT
-    OMP_NUM_THREADS=${SLURM_CPUS_PER_TASK:-1} PROGRAM \\
+    PROGRAM \\
         /filelist "$1" /encode "$2" /output "$3" OPTIONS > "$3.console"
     echo $? > "$3.status"
 }
