@@ -20,8 +20,9 @@ EXTENSIONS = ".bson .cbor .jdb .json .msgpack .ubj"
 DOCUMENTS = "blocks files queryText shape stats text"
 HITS = "code distOrScore dwgPath dwgPathHash handle index name shapeWeight textWeight"
 STATS = "failedDrawings resultBlocks totalBlocks totalDrawings uniqueBlocks"
-OTHERS = "../../../.. .blocksMetadata .UTF8 0 A$C a$c C C.UTF-8 {}"
-NO_TEXTS = set(" ".join([OPTIONS, VALUES, EXTENSIONS, DOCUMENTS, HITS, STATS, OTHERS]).split())
+KERNELS = "baseline AVX2 AVX-512 avx2 avx512f"
+OTHERS = "../../../.. .blocksMetadata .UTF8 0 A$C a$c C.UTF-8 {}"
+NO_TEXTS = set(" ".join([OPTIONS, VALUES, EXTENSIONS, DOCUMENTS, HITS, STATS, KERNELS, OTHERS]).split())
 
 # Words in the page that stand for something else.
 PLACEHOLDERS = re.compile(
