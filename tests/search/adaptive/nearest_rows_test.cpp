@@ -104,6 +104,24 @@ TEST(NearestRows, BreaksTiesByLowerRow) {
     }
 }
 
+// By the time that the nearest row comes, the limit is the distance of another, one unit in the
+// last place farther.
+TEST(NearestRows, KeepsARowNearerByOneUnitInTheLastPlace) {
+    std::vector<float> values(60);
+    for (std::size_t row = 1; row < values.size(); ++row) {
+        values[row] = 5.0F + static_cast<float>(row);
+    }
+    NarrowSide narrow(values);
+    narrow.library(0, 0) = 1.0F;
+    narrow.library(0, 1) = 0x1p-11F;
+    narrow.library(49, 0) = 1.0F;
+    narrow.library(49, 1) = 0.00034F;
+    EXPECT_EQ(nearestRows(sideOf(narrow), Rows{0}, 3).front(),
+              (std::vector<Near>{{0.0F, 0}, {0x1.000002p+0F, 50}, {0x1.000004p+0F, 1}}));
+    EXPECT_EQ(nearestRows(sideOf(narrow), Rows{0}, 2).front(),
+              (std::vector<Near>{{0.0F, 0}, {0x1.000002p+0F, 50}}));
+}
+
 TEST(NearestRows, ListsIdenticalRowsEachForItself) {
     const NarrowSide narrow({0, 1, 2, 1, 0, 1, 5, 2});
     const StackedSide side = sideOf(narrow.query, narrow.library, 2);
