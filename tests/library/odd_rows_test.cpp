@@ -156,7 +156,7 @@ struct Loaded {
     std::vector<std::string> keys;
     std::vector<float> shapes;  // the first element of each row
     std::vector<float> texts;
-    std::string remark;
+    std::string diagnostic;
 };
 
 /// Loads a drawing of these members in every format, in both modes.
@@ -171,7 +171,7 @@ void expectLoaded(const Members& members, const Loaded& expected) {
             const LoadOutcome outcome = load(list, parallel);
             EXPECT_EQ(outcome.failure, "");
             EXPECT_EQ(outcome.console,
-                      progressLine(1, list) + expected.remark +
+                      progressLine(1, list) + expected.diagnostic +
                           summary(1, expected.keys.size(), expected.keys.size(), 0));
             EXPECT_EQ(blockKeys(outcome.library), expected.keys);
             EXPECT_EQ(marks(outcome.library.shapeMatrix), expected.shapes);

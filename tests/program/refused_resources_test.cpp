@@ -36,7 +36,7 @@ json crowdedDrawing(std::size_t blocks, std::mt19937& random) {
 }
 
 /// "query.json" and a list of `drawings` of 50 blocks, in all formats by turns; every twelfth is a
-/// text that only the tree road takes.
+/// text that only the generic path takes.
 void writeQueryAndLibrary(const TempFolder& folder, std::size_t drawings) {
     std::mt19937 random(1);
     Words files;

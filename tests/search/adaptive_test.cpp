@@ -88,7 +88,7 @@ TEST(SearchAdaptive, WeightsAddUpToOneAndAreTheSameInEveryHit) {
 }
 
 TEST(SearchAdaptive, RefusesAQueryOfAnotherWidth) {
-    const auto expectRefusal = [](const RandomLibrary& library) {
+    const auto expectFailure = [](const RandomLibrary& library) {
         EXPECT_EQ(thrownText<xt::concatenate_error>([&] { search(library, 1, 0.0F); }),
                   "Incompatible dimension of arrays, compile in DEBUG for more info");
     };
@@ -96,13 +96,13 @@ TEST(SearchAdaptive, RefusesAQueryOfAnotherWidth) {
          {std::size_t{0}, std::size_t{1}, shapeWidth - 1, shapeWidth + 1, 2 * shapeWidth}) {
         RandomLibrary library = clustered(3);
         library.queryShape = FeatureMatrix::from_shape({1, width});
-        expectRefusal(library);
+        expectFailure(library);
     }
     for (const std::size_t width :
          {std::size_t{0}, std::size_t{1}, textWidth - 1, textWidth + 1, 2 * textWidth}) {
         RandomLibrary library = clustered(3);
         library.queryText = FeatureMatrix::from_shape({1, width});
-        expectRefusal(library);
+        expectFailure(library);
     }
 }
 
