@@ -48,7 +48,7 @@ void voteRow(Floats& refined, const Floats& fused, const Labels& neighbours, std
 }  // namespace
 
 Floats squaredDistances(const Floats& matrix) {
-    // Of so many others at a time, element by element, which the compiler does at once.
+    // Of so many rows at a time, element by element, which the compiler does at once.
     constexpr std::size_t lanes = 16;
     const std::size_t rows = matrix.shape(0);
     const std::size_t width = matrix.shape(1);
@@ -60,15 +60,19 @@ Floats squaredDistances(const Floats& matrix) {
                 others[c][lane] = matrix(std::min(begin + lane, rows - 1), c);
             }
         }
-        for (std::size_t row = 0; row < rows; ++row) {
+        for (std::size_t row = begin; row < rows; ++row) {
+            const float* values = &matrix(row, 0);
             std::array<float, lanes> sums{};
             for (std::size_t c = 0; c < width; ++c) {
                 for (std::size_t lane = 0; lane < lanes; ++lane) {
-                    const float difference = matrix(row, c) - others[c][lane];
+                    const float difference = values[c] - others[c][lane];
                     sums[lane] += difference * difference;
                 }
             }
-            std::copy_n(sums.begin(), std::min(lanes, rows - begin), &distances(row, begin));
+            for (std::size_t lane = 0; lane < lanes && begin + lane < rows; ++lane) {
+                distances(row, begin + lane) = sums[lane];
+                distances(begin + lane, row) = sums[lane];
+            }
         }
     }
     return distances;
@@ -86,8 +90,9 @@ DenseLists buildNeighbourLists(const Floats& distances, std::int32_t neighbourCo
                 near.emplace_back(distances(row, other), static_cast<std::int64_t>(other));
             }
         }
-        std::sort(near.begin(), near.end());
         near.resize(std::max(near.size(), count + 1), {largest, -1});
+        const auto end = near.begin() + neighbourCount + 1;
+        std::partial_sort(near.begin(), end, near.end());
         for (std::size_t n = 0; n < count; ++n) {
             lists.distances(row, n) = near[n + 1].first;
             lists.labels(row, n) = near[n + 1].second;

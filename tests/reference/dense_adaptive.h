@@ -23,8 +23,9 @@ struct DenseLists {
 /// N × N: the direct sum of squared differences of every pair of rows.
 Floats squaredDistances(const Floats& matrix);
 
-/// Each row's distances sorted by (distance, column), the first left out, then as many as asked
-/// for. What is not below the largest float is left out too; -1 and the largest float fill up.
+/// Each row's nearest columns by (distance, column): the first left out, then as many as asked for.
+/// Distances that are not below the largest float are left out too; -1 and the largest float fill
+/// up.
 DenseLists buildNeighbourLists(const Floats& distances, std::int32_t neighbourCount);
 
 Floats neighbourSimilarityCurves(const Floats& distances);
