@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
+#include <map>
 #include <numeric>
 #include <span>
 #include <utility>
@@ -10,6 +12,7 @@
 #include "search/adaptive/best_values.h"
 #include "search/adaptive/listed_rows.h"
 #include "search/adaptive/overlapping_rows.h"
+#include "search/adaptive/rank_similarity.h"
 #include "search/adaptive/ranked_order.h"
 #include "search/adaptive/refined_scores.h"
 #include "search/adaptive/reverse_neighbours.h"
@@ -47,14 +50,27 @@ struct HitList {
     }
 };
 
-ValuesOf scoresBy(ListMemo& memo, const Votes& votes) {
+/// The fused similarities of the query. A row's list is only made on sides where it may share an
+/// element with the query's list: elsewhere the similarity is 0.
+ValuesOf similaritiesOfQuery(ListMemo& memo, const ListedRow& query,
+                             const OverlappingRows& nearQuery) {
     return [&](std::span<const Row> rows) {
-        std::vector<float> scores;
-        scores.reserve(rows.size());
-        for (const ListedRow& row : listedRows(memo, rows)) {
-            scores.push_back(refinedScore(votes, row));
+        std::map<Row, std::array<float, 2>> similarities;
+        for (std::size_t s = 0; s < memo.size(); ++s) {
+            Rows sharing;
+            std::copy_if(rows.begin(), rows.end(), std::back_inserter(sharing),
+                         [&](Row row) { return !nearQuery.at(row)[s].elements.empty(); });
+            const std::vector<NeighbourList> lists = neighbourLists(memo[s], sharing);
+            for (std::size_t i = 0; i < sharing.size(); ++i) {
+                similarities[sharing[i]][s] = rankSimilarity(query.lists[s], lists[i]);
+            }
         }
-        return scores;
+        std::vector<float> fused;
+        for (const Row row : rows) {
+            fused.push_back(row == query.row ? fusedSimilarity(query, query)
+                                             : fuse(query.weights, similarities[row]));
+        }
+        return fused;
     };
 }
 
@@ -113,8 +129,6 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
                     const FeatureMatrix& textMatrix, float minThreshold,
                     std::vector<SearchResult>& hits) {
-    checkSameWidth(queryShape, shapeMatrix);
-    checkSameWidth(queryText, textMatrix);
     searchAdaptiveOn(processorCount(), runnableKernels().back(), k, queryShape, queryText,
                      shapeMatrix, textMatrix, minThreshold, hits);
 }
@@ -126,28 +140,34 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
     const std::size_t rowCount = shapeMatrix.shape(0) + 1;
     ListMemo memo = emptyMemo(stackSide(queryShape, shapeMatrix, workers, kernel),
                               stackSide(queryText, textMatrix, workers, kernel));
-    const NeighbourBounds bounds{neighbourBounds(memo[0].rows), neighbourBounds(memo[1].rows)};
+    NeighbourBounds bounds;
+    for (std::size_t s = 0; s < memo.size(); ++s) {
+        bounds[s] = neighbourBounds(memo[s].rows);
+    }
 
     // Without neighbours, scores are the fused similarities of the query itself.
     const Votes byQuery = votesOf(listedRows(memo, Rows{0}).front(), {}, 0);
     const OverlappingRows nearQuery = overlappingRows(memo, bounds, {&byQuery.query, 1});
-    const std::vector<RowValue> queryRow = bestValues(scoreBounds(memo, byQuery, nearQuery, {}),
-                                                      std::size_t{k} + 1, scoresBy(memo, byQuery));
+    const ValuesOf similarities = similaritiesOfQuery(memo, byQuery.query, nearQuery);
+    const std::vector<RowValue> queryRow =
+        bestValues(scoreBounds(byQuery, nearQuery, {}), std::size_t{k} + 1, similarities);
 
     const Rows neighbours = bestNeighbours(queryRow, k, rowCount);
     const Votes votes = votesOf(byQuery.query, listedRows(memo, neighbours), k);
     HitList list{k, minThreshold, queryShape, shapeMatrix, votes.query.weights, hits};
+    const ValuesOf scoresOf = [&](std::span<const Row> rows) {
+        return refinedScores(votes, listedRows(memo, rows));
+    };
     if (rowCount <= insertionSorted) {
-        walkFewRows(scoresBy(memo, votes), rowCount, list);
+        walkFewRows(scoresOf, rowCount, list);
         return;
     }
     const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, votes.neighbours);
-    std::vector<RowValue> candidates = scoreBounds(memo, votes, nearQuery, nearNeighbours);
+    std::vector<RowValue> candidates = scoreBounds(votes, nearQuery, nearNeighbours);
     std::erase_if(candidates, [&](const RowValue& candidate) {
         return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
     });
-    walkBestRows(memo, bestValues(std::move(candidates), k, scoresBy(memo, votes)),
-                 !neighbours.empty(), list);
+    walkBestRows(memo, bestValues(std::move(candidates), k, scoresOf), !neighbours.empty(), list);
 }
 
 }  // namespace quillon

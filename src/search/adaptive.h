@@ -18,13 +18,13 @@ namespace quillon {
 /// Among more than 32 rows, the query included, scores that are not a number rank below all others;
 /// among fewer the list ends at one, where a plain insertion sort leaves it. `queryShape` 1 × 512,
 /// `shapeMatrix` R × 512, `queryText` 1 × 384, `textMatrix` R × 384, k at most R. Throws
-/// xt::concatenate_error when query and library differ in width on one side, before anything is
-/// computed. The hits are the same to the bit on every processor and for every number of threads:
-/// all distances are exact, and no result depends on which thread found it.
+/// xt::concatenate_error when query and library differ in width on one side. The hits are the same
+/// to the bit on every processor and for every number of threads: all distances are exact, and no
+/// result depends on which thread found it.
 ///
 /// Time grows with k and little faster than R; with R's square for k near R, or where
 /// `minThreshold` is 0 or less and fewer than k blocks have a higher score. Memory beyond the
-/// arguments is some 300 bytes a row. Runs on all processors.
+/// arguments is 150 to 350 bytes a row. Runs on all processors.
 void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
                     const FeatureMatrix& textMatrix, float minThreshold,

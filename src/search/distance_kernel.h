@@ -17,7 +17,7 @@ inline constexpr std::size_t tileRows = 4;
 /// `pack`, `laneLimits` (16) and `distances` are aligned to 64 bytes. No limit is NaN.
 ///
 /// The limit of a pair is the greater one of its lane's and its row's. A distance below its limit
-/// is the number that `squaredDistances` gives, to the bit: the sum runs over the elements in their
+/// is the number that `forEachDistance` gives, to the bit: the sum runs over the elements in their
 /// order, and each difference, square and sum is rounded to 32 bits, in every lane alike. A
 /// distance that is not below its limit may be any other number that is not below it either, or
 /// NaN: a sum of squares never falls, so a tile is left as soon as none of its sums is below its

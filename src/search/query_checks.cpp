@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
-#include <xtensor/xexception.hpp>
 
 namespace quillon {
 
@@ -18,13 +17,6 @@ void checkQueryWidth(const FeatureMatrix& query, const FeatureMatrix& matrix, co
         throw std::invalid_argument(
             std::string("the query's ") + side + " vector has " + std::to_string(query.shape(1)) +
             " elements, the library's rows have " + std::to_string(matrix.shape(1)));
-    }
-}
-
-void checkSameWidth(const FeatureMatrix& query, const FeatureMatrix& matrix) {
-    if (query.shape(1) != matrix.shape(1)) {
-        throw xt::concatenate_error(
-            "Incompatible dimension of arrays, compile in DEBUG for more info");
     }
 }
 

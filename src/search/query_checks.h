@@ -15,7 +15,4 @@ bool equalsQuery(const FeatureMatrix& matrix, std::size_t row, const FeatureMatr
 /// search reads as many floats of the query as a library row has. `side` is "shape" or "text".
 void checkQueryWidth(const FeatureMatrix& query, const FeatureMatrix& matrix, const char* side);
 
-/// Throws xt::concatenate_error, in the array library's words, when the widths differ.
-void checkSameWidth(const FeatureMatrix& query, const FeatureMatrix& matrix);
-
 }  // namespace quillon

@@ -35,7 +35,9 @@ std::vector<float> distancesOfRows(const FeatureMatrix& query, const FeatureMatr
 }
 
 void appendNearest(std::uint32_t k, const FeatureMatrix& query, const FeatureMatrix& matrix,
-                   float minThreshold, bool reportTwins, std::vector<SearchResult>& hits) {
+                   const char* side, float minThreshold, bool reportTwins,
+                   std::vector<SearchResult>& hits) {
+    checkQueryWidth(query, matrix, side);
     if (k == 0) {
         throw std::runtime_error(zeroHitsFailure);
     }
@@ -62,14 +64,12 @@ void appendNearest(std::uint32_t k, const FeatureMatrix& query, const FeatureMat
 void searchByShape(std::uint32_t k, const FeatureMatrix& queryShape,
                    const FeatureMatrix& shapeMatrix, float minThreshold,
                    std::vector<SearchResult>& hits) {
-    checkQueryWidth(queryShape, shapeMatrix, "shape");
-    appendNearest(k, queryShape, shapeMatrix, minThreshold, false, hits);
+    appendNearest(k, queryShape, shapeMatrix, "shape", minThreshold, false, hits);
 }
 
 void searchByText(std::uint32_t k, const FeatureMatrix& queryText, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits) {
-    checkQueryWidth(queryText, textMatrix, "text");
-    appendNearest(k, queryText, textMatrix, minThreshold, true, hits);
+    appendNearest(k, queryText, textMatrix, "text", minThreshold, true, hits);
 }
 
 }  // namespace quillon

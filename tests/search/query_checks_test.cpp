@@ -7,7 +7,6 @@
 #include <limits>
 #include <stdexcept>
 #include <vector>
-#include <xtensor/xexception.hpp>
 
 #include "support/failure_texts.h"
 
@@ -58,17 +57,6 @@ TEST(CheckQueryWidth, RefusesAQueryNarrowerThanTheLibrary) {
               "the query's text vector has 0 elements, the library's rows have 384");
     EXPECT_NO_THROW(checkQueryWidth(matrixOfWidth(1, 384), matrixOfWidth(3, 384), "text"));
     EXPECT_NO_THROW(checkQueryWidth(matrixOfWidth(1, 385), matrixOfWidth(3, 384), "text"));
-}
-
-TEST(CheckSameWidth, RefusesAQueryOfAnotherWidth) {
-    for (const std::size_t width : {0U, 1U, 511U, 513U, 1024U}) {
-        EXPECT_EQ(thrownText<xt::concatenate_error>(
-                      [&] { checkSameWidth(matrixOfWidth(1, width), matrixOfWidth(3, 512)); }),
-                  "Incompatible dimension of arrays, compile in DEBUG for more info")
-            << width;
-    }
-    EXPECT_NO_THROW(checkSameWidth(matrixOfWidth(1, 512), matrixOfWidth(3, 512)));
-    EXPECT_NO_THROW(checkSameWidth(matrixOfWidth(1, 512), matrixOfWidth(0, 512)));
 }
 
 }  // namespace

@@ -44,8 +44,8 @@ inline StackedSide sideOf(const NarrowSide& narrow) {
 inline std::vector<float> exactDistances(const StackedSide& side, Row from) {
     std::vector<float> distances(side.rowCount);
     forEachDistance(
-        vectorOf(side, from), side.width, side.rowCount,
-        [&](std::size_t row) { return vectorOf(side, static_cast<Row>(row)); },
+        side.vectors[from], side.width, side.rowCount,
+        [&](std::size_t row) { return side.vectors[row]; },
         [&](std::size_t row, float distance) { distances[row] = distance; });
     return distances;
 }

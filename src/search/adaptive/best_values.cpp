@@ -10,17 +10,16 @@ namespace {
 
 /// The least of the `wanted` best values; the lowest float where there are fewer.
 float valueToReach(std::span<const RowValue> computed, std::size_t wanted) {
-    std::vector<float> numbers;
+    constexpr float lowest = std::numeric_limits<float>::lowest();
+    if (wanted == 0 || computed.size() < wanted) {
+        return lowest;
+    }
+    std::vector<float> values;
     for (const RowValue& row : computed) {
-        if (!std::isnan(row.value)) {
-            numbers.push_back(row.value);
-        }
+        values.push_back(std::isnan(row.value) ? lowest : row.value);
     }
-    if (wanted == 0 || numbers.size() < wanted) {
-        return std::numeric_limits<float>::lowest();
-    }
-    const auto last = numbers.begin() + static_cast<std::ptrdiff_t>(wanted) - 1;
-    std::nth_element(numbers.begin(), last, numbers.end(), std::greater<>());
+    const auto last = values.begin() + static_cast<std::ptrdiff_t>(wanted) - 1;
+    std::nth_element(values.begin(), last, values.end(), std::greater<>());
     return *last;
 }
 

@@ -18,11 +18,11 @@ NeighbourList listFrom(const std::vector<Near>& nearest, std::size_t rowCount) {
     for (std::size_t n = 1; n < nearest.size() && n <= list.count; ++n) {
         list.labels[n - 1] = nearest[n].second;
     }
-    std::vector<float> curve(std::min(rowCount - 1, curveNeighbours), unreached);
+    // Nothing is clipped: a distance above 1 gives a negative similarity.
+    std::vector<float> curve(std::min(rowCount - 1, curveNeighbours), 1.0F - unreached);
     for (std::size_t n = 1; n < nearest.size(); ++n) {
-        curve[n - 1] = nearest[n].first;
+        curve[n - 1] = 1.0F - nearest[n].first;
     }
-    neighbourSimilarityCurve(curve);
     list.curveArea = curveArea(curve);
     return list;
 }

@@ -14,7 +14,7 @@ namespace quillon {
 /// Shape side first, here and below.
 using NeighbourBounds = std::array<std::vector<float>, 2>;
 
-/// What a distinct row may share with the lists in question on one side.
+/// What a row may share with the lists in question on one side.
 struct Overlap {
     Rows elements;  // ascending
     /// Known to have a flat curve: the side counts nothing for the row, unless the other one is
@@ -22,10 +22,7 @@ struct Overlap {
     bool isFlat = false;
 };
 
-struct OverlappingRows {
-    Rows rows;                                       // ascending, identical ones included
-    std::array<std::map<Row, Overlap>, 2> overlaps;  // by distinct row
-};
+using OverlappingRows = std::map<Row, std::array<Overlap, 2>>;
 
 /// All rows whose list shares an element with that of one of `listed` on either side, and some
 /// whose list does not. `bounds` are those of both sides' rows. Uses the sides' workers.

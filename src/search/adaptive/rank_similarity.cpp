@@ -42,23 +42,35 @@ float rankSimilarity(const NeighbourList& a, const NeighbourList& b) {
                           rankListDistance(a.rows(), b.rows()));
 }
 
-float rankSimilarityBound(std::size_t common, std::size_t count) {
-    // At best the common elements are in the same places, and the others are the last ones.
-    std::size_t sum = 0;
-    for (std::size_t i = common; i < count; ++i) {
-        sum += penaltyAt(i, count);
+float rankSimilarityBound(const NeighbourList& list, std::span<const Row> elements) {
+    const auto isCommon = [&](Row element) {
+        return std::binary_search(elements.begin(), elements.end(), element);
+    };
+    if (isCommon(noRow) && list.rows().back() == noRow) {
+        return 1.0F;  // one gap matches all others
     }
-    return similarityFrom(normalised(sum, count), normalised(sum, count));
+    // At best the common elements are in the same places.
+    std::size_t sum = 0;
+    for (std::size_t i = 0; i < list.count; ++i) {
+        sum += isCommon(list.labels[i]) ? 0 : penaltyAt(i, list.count);
+    }
+    return similarityFrom(normalised(sum, list.count), normalised(sum, list.count));
+}
+
+float fuse(const std::array<float, 2>& weights, const std::array<float, 2>& similarities) {
+    float sum = 0.0F;
+    for (std::size_t s = 0; s < weights.size(); ++s) {
+        sum = weights[s] * similarities[s] + sum;
+    }
+    return sum;
 }
 
 float fusedSimilarity(const ListedRow& row, const ListedRow& column) {
-    float sum = 0.0F;
-    for (std::size_t s = 0; s < row.lists.size(); ++s) {
-        const float similarity =
-            row.row == column.row ? 1.0F : rankSimilarity(row.lists[s], column.lists[s]);
-        sum = row.weights[s] * similarity + sum;
+    if (row.row == column.row) {
+        return fuse(row.weights, {1.0F, 1.0F});
     }
-    return sum;
+    return fuse(row.weights, {rankSimilarity(row.lists[0], column.lists[0]),
+                              rankSimilarity(row.lists[1], column.lists[1])});
 }
 
 }  // namespace quillon

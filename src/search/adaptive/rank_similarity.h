@@ -1,7 +1,7 @@
 // How alike two rows are by the neighbours that they list.
 #pragma once
 
-#include <cstddef>
+#include <array>
 #include <span>
 
 #include "search/adaptive/listed_rows.h"
@@ -17,12 +17,16 @@ float rankListDistance(std::span<const Row> a, std::span<const Row> b);
 /// share no element.
 float rankSimilarity(const NeighbourList& a, const NeighbourList& b);
 
-/// Upper bound on the rank similarity of two lists of `count` elements that have at most `common`
-/// elements in common.
-float rankSimilarityBound(std::size_t common, std::size_t count);
+/// Upper bound on the rank similarity of `list` to a list that holds no other elements of it than
+/// `elements`, which ascend.
+float rankSimilarityBound(const NeighbourList& list, std::span<const Row> elements);
 
-/// The rank similarities of both sides, each times what the side counts for `row`, summed in 32-bit
-/// floats, shape side first. Not symmetric. A row's rank similarity to itself is 1.
+/// The rank similarities of both sides, each times the side's weight, summed in 32-bit floats,
+/// shape side first.
+float fuse(const std::array<float, 2>& weights, const std::array<float, 2>& similarities);
+
+/// The rank similarities of two rows, fused by the weights of `row`. Not symmetric. A row's rank
+/// similarity to itself is 1.
 float fusedSimilarity(const ListedRow& row, const ListedRow& column);
 
 }  // namespace quillon

@@ -58,4 +58,12 @@ float refinedScore(const Votes& votes, const ListedRow& row) {
     return (fusedSimilarity(votes.query, row) + sum) / static_cast<float>(votes.k + 1);
 }
 
+std::vector<float> refinedScores(const Votes& votes, std::span<const ListedRow> rows) {
+    std::vector<float> scores;
+    for (const ListedRow& row : rows) {
+        scores.push_back(refinedScore(votes, row));
+    }
+    return scores;
+}
+
 }  // namespace quillon

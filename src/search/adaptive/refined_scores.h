@@ -48,4 +48,7 @@ Votes votesOf(const ListedRow& query, std::vector<ListedRow> neighbours, std::ui
 /// is and there are neighbours.
 float refinedScore(const Votes& votes, const ListedRow& row);
 
+/// The scores of `rows`, in their order.
+std::vector<float> refinedScores(const Votes& votes, std::span<const ListedRow> rows);
+
 }  // namespace quillon

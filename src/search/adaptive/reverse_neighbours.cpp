@@ -42,14 +42,14 @@ Rows rowsOf(std::span<const BoundedRow> bounded) {
 }
 
 /// Lowers the bounds by the rows of `sample`, which have not been compared with any.
-void compareWithSample(const StackedSide& side, const Rows& sample,
-                       std::vector<BoundedRow>& bounded) {
+void compareWithSample(const StackedSide& side, const Rows& sample, std::span<BoundedRow> bounded) {
+    const Rows rows = rowsOf(bounded);
     compareRows(
-        side, rowsOf(bounded), sample, [&](std::size_t i) { return bounded[i].neighbourBound(); },
+        side, rows, sample, [&](std::size_t i) { return bounded[i].neighbourBound(); },
         [&](std::size_t i, std::size_t j, float distance) {
             auto& [row, nearestElement, bound, lowest] = bounded[i];
             // Identical rows are as near to the row as itself.
-            std::size_t times = row == sample[j] ? countIdentical(side, row, boundingRows) : 1;
+            std::size_t times = row == sample[j] ? side.identicalRows[row] : 1;
             for (; times > 0 && distance < lowest.back(); --times) {
                 lowest.back() = distance;
                 std::rotate(std::upper_bound(lowest.begin(), lowest.end() - 1, distance),
@@ -110,12 +110,13 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
 std::vector<ReverseNeighbour> withElements(const StackedSide& side,
                                            std::span<const BoundedRow> candidates,
                                            std::span<const Row> elements, bool asksForGaps) {
+    const Rows rows = rowsOf(candidates);
     std::vector<ReverseNeighbour> neighbours;
-    for (const BoundedRow& candidate : candidates) {
-        neighbours.push_back({candidate.row, {}});
+    for (const Row row : rows) {
+        neighbours.push_back({row, {}});
     }
     compareRows(
-        side, rowsOf(candidates), elements,
+        side, rows, elements,
         [&](std::size_t i) { return justAbove(candidates[i].neighbourBound()); },
         [&](std::size_t i, std::size_t j, float) {
             neighbours[i].elements.push_back(elements[j]);
@@ -128,15 +129,51 @@ std::vector<ReverseNeighbour> withElements(const StackedSide& side,
     return neighbours;
 }
 
+/// By row: its distances to some rows spread over the side.
+using PivotDistances = std::vector<std::array<float, packSize>>;
+
+PivotDistances pivotDistances(const StackedSide& side) {
+    PivotDistances distances(side.rowCount, filledWith<packSize>(unreached));
+    const Rows pivots = sampleOf(side.distinct, 0, side.distinct.size() / packSize + 1);
+    compareRows(
+        side, side.distinct, pivots, [](std::size_t) { return unreached; },
+        [&](std::size_t i, std::size_t pivot, float distance) {
+            distances[side.distinct[i]][pivot] = distance;
+        });
+    return distances;
+}
+
+/// Appends groups of rows that are near each other: halves by the distance to one pivot, halves of
+/// these by the distance to the next one, and so on.
+void splitIntoGroups(std::span<BoundedRow> rows, const PivotDistances& distances, std::size_t pivot,
+                     std::vector<std::span<BoundedRow>>& groups) {
+    constexpr std::size_t largestGroup = 128;
+    if (rows.size() <= largestGroup) {
+        groups.push_back(rows);
+        return;
+    }
+    const auto middle = rows.begin() + static_cast<std::ptrdiff_t>(rows.size() / 2);
+    std::nth_element(rows.begin(), middle, rows.end(),
+                     [&](const BoundedRow& a, const BoundedRow& b) {
+                         return distances[a.row][pivot] < distances[b.row][pivot];
+                     });
+    for (const std::span half : {std::span(rows.begin(), middle), std::span(middle, rows.end())}) {
+        splitIntoGroups(half, distances, (pivot + 1) % packSize, groups);
+    }
+}
+
 }  // namespace
 
 std::vector<float> neighbourBounds(const StackedSide& side) {
-    constexpr std::size_t sampleRows = 64;
     std::vector<BoundedRow> bounded;
     for (const Row row : side.distinct) {
         bounded.push_back({row});
     }
-    compareWithSample(side, sampleOf(side.distinct, 0, bounded.size() / sampleRows + 1), bounded);
+    std::vector<std::span<BoundedRow>> groups;
+    splitIntoGroups(bounded, pivotDistances(side), 0, groups);
+    forEachChunk(side.workers, groups.size(), 1, [&](std::size_t, std::size_t i, std::size_t) {
+        compareWithSample(side, rowsOf(groups[i]), groups[i]);
+    });
     std::vector<float> bounds(side.rowCount, unreached);
     for (const BoundedRow& row : bounded) {
         bounds[row.row] = row.neighbourBound();

@@ -9,9 +9,9 @@
 namespace quillon {
 
 /// N: for each distinct row an upper bound on the distance to its sixth-nearest row, identical rows
-/// and itself included: the sixth-lowest of its distances to some 64 rows. Rows farther away cannot
-/// be in its list. `unreached` where fewer than six are nearer than that, and for rows that are not
-/// distinct.
+/// and itself included: the sixth-lowest of its distances to the rows of a group of up to 128 that
+/// are near each other. Rows farther away cannot be in its list. `unreached` where fewer than six
+/// are nearer than that, and for rows that are not distinct. Uses the side's workers.
 std::vector<float> neighbourBounds(const StackedSide& side);
 
 /// What is known of a list that has not been made.

@@ -44,7 +44,7 @@ inline std::vector<RowPack> packRows(const StackedSide& side, std::span<const Ro
         const auto ofPack = rows.subspan(begin, std::min(packSize, rows.size() - begin));
         std::vector<const float*> vectors;
         for (const Row row : ofPack) {
-            vectors.push_back(vectorOf(side, row));
+            vectors.push_back(side.vectors[row]);
         }
         packs.push_back({{ofPack.begin(), ofPack.end()}, packVectors(vectors, side.width)});
     }
@@ -67,7 +67,7 @@ void forEachNear(const StackedSide& side, const RowPack& pack, std::span<const R
         lanes = laneLimits;
         for (std::size_t r = 0; r < tileRows; ++r) {
             // Where no row is left, the last one again, about which nothing is asked.
-            vectors[r] = vectorOf(side, rows[begin + std::min(r, size - 1)]);
+            vectors[r] = side.vectors[rows[begin + std::min(r, size - 1)]];
             limits[r] = r < size ? rowLimitAt(begin + r) : nothingBelow;
         }
         side.kernel.measureTile(pack.vectors.front().lanes.data(), side.width, vectors.data(),

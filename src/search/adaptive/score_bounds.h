@@ -11,10 +11,9 @@
 namespace quillon {
 
 /// The rows of `nearQuery` and of `nearNeighbours`, which overlap with the lists of the neighbours,
-/// with upper bounds on their scores, as far as these are numbers. Row 0, the query's, may score
-/// higher than its bound: its weights have a floor, and it is never a hit. Uses the sides' workers.
-std::vector<RowValue> scoreBounds(const ListMemo& memo, const Votes& votes,
-                                  const OverlappingRows& nearQuery,
+/// ascending, with upper bounds on their scores, as far as these are numbers. Row 0, the query's,
+/// may score higher than its bound: its weights have a floor, and it is never a hit.
+std::vector<RowValue> scoreBounds(const Votes& votes, const OverlappingRows& nearQuery,
                                   const OverlappingRows& nearNeighbours);
 
 }  // namespace quillon

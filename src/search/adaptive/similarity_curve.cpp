@@ -6,12 +6,6 @@
 
 namespace quillon {
 
-void neighbourSimilarityCurve(std::span<float> distances) {
-    for (float& distance : distances) {
-        distance = 1.0F - distance;
-    }
-}
-
 float curveArea(std::span<const float> curve) {
     float minimum = std::numeric_limits<float>::max();
     for (const float similarity : curve) {

@@ -6,10 +6,6 @@
 
 namespace quillon {
 
-/// Turns ascending squared distances into the falling curve 1 - distance, in place. Nothing is
-/// clipped: a distance above 1 gives a negative value.
-void neighbourSimilarityCurve(std::span<float> distances);
-
 /// Area under the squared height of the curve above its minimum, by the trapezoid rule with steps
 /// of 1, summed in 64-bit floats: 0 below two points.
 float curveArea(std::span<const float> curve);

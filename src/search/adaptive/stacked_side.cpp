@@ -4,6 +4,7 @@
 #include <functional>
 #include <string_view>
 #include <utility>
+#include <xtensor/xexception.hpp>
 
 #include "shared/in_parallel.h"
 
@@ -11,7 +12,7 @@ namespace quillon {
 namespace {
 
 std::string_view bytesOf(const StackedSide& side, Row row) {
-    return {reinterpret_cast<const char*>(vectorOf(side, row)), side.width * sizeof(float)};
+    return {reinterpret_cast<const char*>(side.vectors[row]), side.width * sizeof(float)};
 }
 
 /// Hash and row, ascending: rows of equal hashes are neighbours.
@@ -34,6 +35,7 @@ std::vector<std::pair<std::size_t, Row>> sortedHashes(const StackedSide& side) {
 void findIdenticalRows(StackedSide& side) {
     side.firstIdentical.resize(side.rowCount);
     side.nextIdentical.assign(side.rowCount, noRow);
+    side.identicalRows.assign(side.rowCount, 0);
     std::size_t hashBefore = 0;
     Row before = noRow;
     for (const auto& [hash, row] : sortedHashes(side)) {
@@ -47,6 +49,7 @@ void findIdenticalRows(StackedSide& side) {
         before = row;
     }
     for (std::size_t i = 0; i < side.rowCount; ++i) {
+        ++side.identicalRows[side.firstIdentical[i]];
         if (side.firstIdentical[i] == i) {
             side.distinct.push_back(static_cast<Row>(i));
         }
@@ -57,29 +60,22 @@ void findIdenticalRows(StackedSide& side) {
 
 StackedSide stackSide(const FeatureMatrix& query, const FeatureMatrix& library, std::size_t workers,
                       const DistanceKernel& kernel) {
+    if (query.shape(1) != library.shape(1)) {
+        // In the words of the array library.
+        throw xt::concatenate_error(
+            "Incompatible dimension of arrays, compile in DEBUG for more info");
+    }
     StackedSide side;
-    side.query = &query;
-    side.library = &library;
     side.rowCount = library.shape(0) + 1;
     side.width = library.shape(1);
+    side.vectors.push_back(query.data());
+    for (std::size_t row = 0; row < library.shape(0); ++row) {
+        side.vectors.push_back(library.data() + row * side.width);
+    }
     side.workers = workers;
     side.kernel = kernel;
     findIdenticalRows(side);
     return side;
-}
-
-const float* vectorOf(const StackedSide& side, Row row) {
-    return row == 0 ? side.query->data()
-                    : side.library->data() + (row - std::size_t{1}) * side.width;
-}
-
-std::size_t countIdentical(const StackedSide& side, Row row, std::size_t limit) {
-    std::size_t count = 0;
-    for (Row identical = side.firstIdentical[row]; identical != noRow && count < limit;
-         identical = side.nextIdentical[identical]) {
-        ++count;
-    }
-    return count;
 }
 
 }  // namespace quillon

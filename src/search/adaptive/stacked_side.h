@@ -21,16 +21,16 @@ inline constexpr Row noRow = std::numeric_limits<Row>::max();
 
 /// Refers to the two matrices, which must outlive it. Only read once it is made.
 struct StackedSide {
-    const FeatureMatrix* query = nullptr;    // 1 × D
-    const FeatureMatrix* library = nullptr;  // R × D
-    std::size_t rowCount = 0;                // N = R + 1
-    std::size_t width = 0;                   // D
+    std::size_t rowCount = 0;           // N = R + 1
+    std::size_t width = 0;              // D
+    std::vector<const float*> vectors;  // N: the D elements of each row
 
     /// Identical rows have equal bits, so they have equal distances to all rows, and equal lists.
     /// Only the first of them is compared with other rows.
     std::vector<Row> firstIdentical;  // N: the lowest of the row's identical rows, or itself
     std::vector<Row> nextIdentical;   // N: the next higher one, noRow behind the last
-    Rows distinct;                    // the rows that are the first of theirs, ascending
+    std::vector<std::uint32_t> identicalRows;  // N: of a distinct row: how many, itself included
+    Rows distinct;                             // the rows that are the first of theirs, ascending
 
     /// What changes the time of a search and never its results: how many threads work on the side,
     /// the calling one among them, and how they measure distances.
@@ -41,11 +41,5 @@ struct StackedSide {
 /// `query` 1 × D, `library` R × D, R + 1 below 2^31. Reads both once.
 StackedSide stackSide(const FeatureMatrix& query, const FeatureMatrix& library, std::size_t workers,
                       const DistanceKernel& kernel);
-
-/// D floats.
-const float* vectorOf(const StackedSide& side, Row row);
-
-/// How many rows are identical with `row`, itself included, counted up to `limit`.
-std::size_t countIdentical(const StackedSide& side, Row row, std::size_t limit);
 
 }  // namespace quillon

@@ -46,41 +46,53 @@ TEST(RankSimilarity, IsZeroForDisjointListsAndForThoseOfTwoRows) {
     EXPECT_EQ(rankSimilarity(listOf({1}), listOf({0})), 0.0F);
 }
 
-// Of all lists of five out of ten elements against one, in every order: the bound holds, and is
-// reached for every number of common elements.
-TEST(RankSimilarityBound, IsTheGreatestSimilarityOfListsWithSoManyCommonElements) {
-    const std::vector<Row> list{1, 2, 3, 4, 5};
-    std::array<float, 6> greatest{};
-    for (unsigned shared = 0; shared < 32; ++shared) {
-        std::vector<Row> other;
-        for (Row element = 1; element <= 5; ++element) {
-            if ((shared >> (element - 1) & 1U) != 0) {
-                other.push_back(element);
-            }
+/// The elements of a list of five that are in the set of bits `shared`, and strangers up to five.
+std::vector<Row> listSharing(unsigned shared, Row strangersFrom) {
+    std::vector<Row> list;
+    for (Row element = 1; element <= 5; ++element) {
+        if ((shared >> (element - 1) & 1U) != 0) {
+            list.push_back(element);
         }
-        const std::size_t common = other.size();
-        for (Row stranger = 10; other.size() < 5; ++stranger) {
-            other.push_back(stranger);
-        }
-        do {
-            const float similarity = rankSimilarity(listOf(list), listOf(other));
-            EXPECT_LE(similarity, rankSimilarityBound(common, 5));
-            greatest[common] = std::max(greatest[common], similarity);
-        } while (std::next_permutation(other.begin(), other.end()));
     }
-    for (std::size_t common = 0; common <= 5; ++common) {
-        EXPECT_EQ(rankSimilarityBound(common, 5), greatest[common]) << common;
+    for (Row stranger = strangersFrom; list.size() < 5; ++stranger) {
+        list.push_back(stranger);
     }
-    EXPECT_EQ(rankSimilarityBound(0, 5), 0.0F);
-    EXPECT_EQ(rankSimilarityBound(5, 5), 1.0F);
-    EXPECT_EQ(rankSimilarityBound(3, 5), 1.0F - (11.0F / 35.0F + 11.0F / 35.0F) * 0.5F);
-    EXPECT_EQ(rankSimilarityBound(0, 1), 0.0F);
+    return list;
 }
 
-// One gap counts as all elements.
-TEST(RankSimilarityBound, IsOneForMoreCommonElementsThanThereAre) {
-    EXPECT_EQ(rankSimilarityBound(6, 5), 1.0F);
-    EXPECT_EQ(rankSimilarityBound(10, 5), 1.0F);
+// For each choice of common elements, all lists that hold these, in every order: the bound holds,
+// and one of the lists reaches it.
+TEST(RankSimilarityBound, IsTheGreatestSimilarityOfListsWithTheseCommonElements) {
+    const NeighbourList list = listOf({1, 2, 3, 4, 5});
+    for (unsigned shared = 0; shared < 32; ++shared) {
+        std::vector<Row> other = listSharing(shared, 10);
+        std::vector<Row> elements = other;
+        std::erase_if(elements, [](Row element) { return element >= 10; });
+        float greatest = 0.0F;
+        do {
+            greatest = std::max(greatest, rankSimilarity(list, listOf(other)));
+        } while (std::next_permutation(other.begin(), other.end()));
+        EXPECT_EQ(rankSimilarityBound(list, elements), greatest) << shared;
+    }
+}
+
+TEST(RankSimilarityBound, CountsAnElementByItsPlace) {
+    const NeighbourList list = listOf({9, 8, 7, 6, 5});
+    EXPECT_EQ(rankSimilarityBound(list, std::vector<Row>{9}),
+              1.0F - (26.0F / 35.0F + 26.0F / 35.0F) * 0.5F);
+    EXPECT_EQ(rankSimilarityBound(list, std::vector<Row>{5}),
+              1.0F - (30.0F / 35.0F + 30.0F / 35.0F) * 0.5F);
+    EXPECT_EQ(rankSimilarityBound(list, std::vector<Row>{1, 5, 8, 10}),
+              1.0F - (22.0F / 35.0F + 22.0F / 35.0F) * 0.5F);
+    EXPECT_EQ(rankSimilarityBound(list, {}), 0.0F);
+    EXPECT_EQ(rankSimilarityBound(listOf({1}), std::vector<Row>{1}), 1.0F);
+}
+
+TEST(RankSimilarityBound, IsOneWhereBothListsMayHaveGaps) {
+    const std::vector<Row> gap{4, noRow};
+    EXPECT_EQ(rankSimilarityBound(listOf({1, 2, noRow}), gap), 1.0F);
+    EXPECT_EQ(rankSimilarityBound(listOf({1, 2, 3}), gap), 0.0F);
+    EXPECT_EQ(rankSimilarityBound(listOf({1, 2, noRow}), std::vector<Row>{4}), 0.0F);
 }
 
 TEST(FusedSimilarity, TakesTheWeightsOfTheFirstRow) {

@@ -66,7 +66,7 @@ std::size_t expectBoundsOf(const RandomLibrary& library, std::uint32_t k) {
         exact.push_back(fusedSimilarity(byQuery.query, row));
         queryRow.push_back({row.row, exact.back()});
     }
-    std::size_t bounded = expectBounds(scoreBounds(memo, byQuery, nearQuery, {}), exact);
+    std::size_t bounded = expectBounds(scoreBounds(byQuery, nearQuery, {}), exact);
 
     std::vector<ListedRow> neighbours;
     for (const Row row : bestNeighbours(queryRow, k, rowCount)) {
@@ -80,7 +80,7 @@ std::size_t expectBoundsOf(const RandomLibrary& library, std::uint32_t k) {
     for (std::size_t row = 1; row < all.size(); ++row) {
         exact.push_back(refinedScore(votes, all[row]));
     }
-    const std::vector<RowValue> scores = scoreBounds(memo, votes, nearQuery, nearNeighbours);
+    const std::vector<RowValue> scores = scoreBounds(votes, nearQuery, nearNeighbours);
     EXPECT_TRUE(std::is_sorted(scores.begin(), scores.end(),
                                [](const auto& a, const auto& b) { return a.row < b.row; }));
     bounded += expectBounds(scores, exact);
@@ -102,24 +102,23 @@ TEST(ScoreBounds, HoldForLibrariesOfEveryKind) {
     EXPECT_GT(bounded, 5000U);
 }
 
-/// Four rows, none of which is identical with another.
-const NarrowSide fourRows({1, 2, 3, 4});
-
-ListMemo memoOfFourRows() {
-    return emptyMemo(sideOf(fourRows), sideOf(fourRows));
+float boundOf(const Rows& list, const Rows& elements) {
+    return rankSimilarityBound(listOf(list), elements);
 }
 
 TEST(ScoreBounds, OfTheQueryCountTheCommonElementsOfEachSide) {
-    const Votes votes = votesOf(listedRow(0, {1, 2, 3}, {1, 2, 3}, {0.75F, 0.25F}), {}, 0);
+    const Votes votes = votesOf(listedRow(0, {1, 2, 3}, {1, 2, noRow}, {0.75F, 0.25F}), {}, 0);
     OverlappingRows near;
-    near.rows = {0, 1, 2, 3};
-    near.overlaps[0] = {{1, {{1}}}, {2, {{1, 2}}}};
-    near.overlaps[1] = {{2, {{1, 2, 3}}}, {3, {{1, noRow}}}};
-    const std::map<Row, float> bounds = byRow(scoreBounds(memoOfFourRows(), votes, near, {}));
+    near[0] = {};
+    near[1][0].elements = {1};
+    near[2][0].elements = {1, 2};
+    near[2][1].elements = {1, 2, noRow};
+    near[3][1].elements = {1, noRow};
+    const std::map<Row, float> bounds = byRow(scoreBounds(votes, near, {}));
     EXPECT_EQ(bounds.size(), 4U);
     EXPECT_EQ(bounds.at(0), 1.0F);
-    EXPECT_EQ(bounds.at(1), 0.75F * rankSimilarityBound(1, 3));
-    EXPECT_EQ(bounds.at(2), 0.25F + 0.75F * rankSimilarityBound(2, 3));
+    EXPECT_EQ(bounds.at(1), 0.75F * boundOf({1, 2, 3}, {1}));
+    EXPECT_EQ(bounds.at(2), 0.25F + 0.75F * boundOf({1, 2, 3}, {1, 2}));
     // One gap matches all others.
     EXPECT_EQ(bounds.at(3), 0.25F);
 }
@@ -128,15 +127,8 @@ TEST(ScoreBounds, OfTheQueryCountTheCommonElementsOfEachSide) {
 float boundOfRow(Overlap shapes, Overlap texts, Row neighbour = 2) {
     const Votes votes = votesOf(listedRow(0, {30, 31}, {32, 33}, {0.5F, 0.5F}),
                                 {listedRow(neighbour, {5, 6}, {7, 8}, {0.5F, 0.5F})}, 1);
-    OverlappingRows near;
-    near.rows = {1};
-    if (!shapes.elements.empty()) {
-        near.overlaps[0][1] = std::move(shapes);
-    }
-    if (!texts.elements.empty()) {
-        near.overlaps[1][1] = std::move(texts);
-    }
-    const std::vector<RowValue> bounds = scoreBounds(memoOfFourRows(), votes, {}, near);
+    const OverlappingRows near{{1, {std::move(shapes), std::move(texts)}}};
+    const std::vector<RowValue> bounds = scoreBounds(votes, {}, near);
     EXPECT_EQ(bounds.size(), 1U);
     EXPECT_EQ(bounds.front().row, 1U);
     return bounds.front().value;
@@ -145,15 +137,21 @@ float boundOfRow(Overlap shapes, Overlap texts, Row neighbour = 2) {
 constexpr float roundedUp = 1.000001F;
 
 TEST(ScoreBounds, OfNeighboursCountTheSideThatSharesMost) {
-    EXPECT_EQ(boundOfRow({{5}}, {}), rankSimilarityBound(1, 2) * roundedUp / 2.0F);
+    EXPECT_EQ(boundOfRow({{5}}, {}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
     EXPECT_EQ(boundOfRow({{5}}, {{7, 8}}), roundedUp / 2.0F);
     EXPECT_EQ(boundOfRow({{5, 6}}, {{7}}), roundedUp / 2.0F);
     EXPECT_EQ(boundOfRow({{9}}, {{10}}), 0.0F);
 }
 
+TEST(ScoreBounds, OfNeighboursCountElementsByTheirPlaces) {
+    EXPECT_EQ(boundOfRow({{6}}, {}), boundOf({5, 6}, {6}) * roundedUp / 2.0F);
+    EXPECT_GT(boundOf({5, 6}, {5}), boundOf({5, 6}, {6}));
+    EXPECT_EQ(boundOfRow({{6}}, {{7}}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
+}
+
 TEST(ScoreBounds, CountNothingForASideWithAFlatCurve) {
     EXPECT_EQ(boundOfRow({{5, 6}, true}, {}), 0.0F);
-    EXPECT_EQ(boundOfRow({{5, 6}, true}, {{7}}), rankSimilarityBound(1, 2) * roundedUp / 2.0F);
+    EXPECT_EQ(boundOfRow({{5, 6}, true}, {{7}}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
 }
 
 TEST(ScoreBounds, CountANeighbourAsMostSimilarToItself) {

@@ -11,12 +11,6 @@
 namespace quillon::test {
 namespace {
 
-TEST(NeighbourSimilarityCurve, IsOneMinusTheDistanceUnclipped) {
-    std::vector<float> distances{0.0F, 0.25F, 1.0F, 3.5F};
-    neighbourSimilarityCurve(distances);
-    EXPECT_EQ(distances, (std::vector<float>{1.0F, 0.75F, 0.0F, -2.5F}));
-}
-
 TEST(CurveArea, IsTheTrapezoidSumOfSquaredHeights) {
     // Heights 1.5, 1.25, 0.75, 0; squares 2.25, 1.5625, 0.5625, 0.
     EXPECT_EQ(curveArea(std::vector<float>{1.0F, 0.75F, 0.25F, -0.5F}),

@@ -7,7 +7,9 @@
 #include <map>
 #include <string>
 #include <vector>
+#include <xtensor/xexception.hpp>
 
+#include "support/failure_texts.h"
 #include "support/plain_neighbours.h"
 #include "support/random_library.h"
 
@@ -17,15 +19,24 @@ namespace {
 TEST(StackSide, PutsTheQueryInFront) {
     const NarrowSide narrow({5.0F, 1.0F, 2.0F});
     const StackedSide side = stackSide(narrow.query, narrow.library, 3, runnableKernels().front());
-    EXPECT_EQ(side.query, &narrow.query);
-    EXPECT_EQ(side.library, &narrow.library);
     EXPECT_EQ(side.rowCount, 3U);
     EXPECT_EQ(side.width, 3U);
     EXPECT_EQ(side.workers, 3U);
     EXPECT_EQ(side.kernel.measureTile, runnableKernels().front().measureTile);
-    EXPECT_EQ(vectorOf(side, 0)[0], 5.0F);
-    EXPECT_EQ(vectorOf(side, 1)[0], 1.0F);
-    EXPECT_EQ(vectorOf(side, 2)[0], 2.0F);
+    EXPECT_EQ(side.vectors[0][0], 5.0F);
+    EXPECT_EQ(side.vectors[1][0], 1.0F);
+    EXPECT_EQ(side.vectors[2][0], 2.0F);
+}
+
+TEST(StackSide, RefusesAQueryOfAnotherWidth) {
+    for (const std::size_t width : {0U, 1U, 511U, 513U, 1024U}) {
+        EXPECT_EQ(thrownText<xt::concatenate_error>([&] {
+                      stackSide(FeatureMatrix::from_shape({1, width}),
+                                FeatureMatrix::from_shape({3, 512}), 1, runnableKernels().front());
+                  }),
+                  "Incompatible dimension of arrays, compile in DEBUG for more info")
+            << width;
+    }
 }
 
 TEST(StackSide, TakesAQueryWithoutALibrary) {
@@ -59,7 +70,7 @@ TEST(StackSide, FindsAllIdenticalRowsOfLargeLibrariesWithAnyNumberOfWorkers) {
             const StackedSide side = sideOf(library.queryText, library.textMatrix, workers);
             std::map<std::string, Rows> identical;
             for (Row row = 0; row <= 3000; ++row) {
-                identical[{reinterpret_cast<const char*>(vectorOf(side, row)),
+                identical[{reinterpret_cast<const char*>(side.vectors[row]),
                            textWidth * sizeof(float)}]
                     .push_back(row);
             }
@@ -79,15 +90,14 @@ TEST(StackSide, FindsAllIdenticalRowsOfLargeLibrariesWithAnyNumberOfWorkers) {
     }
 }
 
-TEST(CountIdentical, CountsTheRowItselfAndStopsAtTheLimit) {
+TEST(StackSide, CountsTheRowsIdenticalWithADistinctRow) {
     const NarrowSide narrow({2.0F, 1.0F, 2.0F, 3.0F, 1.0F, 2.0F, 1.0F, 4.0F});
     const StackedSide side = sideOf(narrow);
-    for (const Row row : {0U, 2U, 5U}) {
-        EXPECT_EQ(countIdentical(side, row, 10), 3U) << row;
-        EXPECT_EQ(countIdentical(side, row, 3), 3U) << row;
-        EXPECT_EQ(countIdentical(side, row, 2), 2U) << row;
-    }
-    EXPECT_EQ(countIdentical(side, 3, 10), 1U);
+    ASSERT_EQ(side.distinct, (Rows{0, 1, 3, 7}));
+    EXPECT_EQ(side.identicalRows[0], 3U);
+    EXPECT_EQ(side.identicalRows[1], 3U);
+    EXPECT_EQ(side.identicalRows[3], 1U);
+    EXPECT_EQ(side.identicalRows[7], 1U);
 }
 
 }  // namespace
