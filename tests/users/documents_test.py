@@ -38,8 +38,10 @@ RUN_ELSEWHERE = {
     ("docs/scaling.md", "Many queries"): "tests/tools/run_test.py",
     ("docs/scaling.md", "A library in parts"): "tests/tools/run_test.py",
     ("examples/dxf/README.md", "Drawings for the example encoder"): "tests/tools/encode_dxf_test.py",
-    ("docs/reading-the-hits.md", "Reading the hits"): "tests/tools/chart_test.py",
-    ("docs/reading-the-hits.md", "The methods on the sample"): "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Measured: finding a block again"): "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Measured: finding blocks of the same kind"):
+        "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Looking at the hits"): "tests/tools/chart_test.py",
 }
 
 CI = "a step of .ci/run"
