@@ -1,4 +1,4 @@
-"""What the README claims in numbers, and the traps that it warns of."""
+"""What README.md and docs/documents.md claim in numbers, and the traps that they warn of."""
 import array
 import json
 import math
@@ -17,7 +17,7 @@ import ubjson
 
 from program import ROOT, SAMPLE, run_query
 
-README = (ROOT / "README.md").read_text()
+DOCUMENTS = (ROOT / "docs/documents.md").read_text()
 SHAPE, TEXT = [1.0] + [0.0] * 511, [1.0] + [0.0] * 383
 NEAR = [0.8, 0.6] + [0.0] * 510
 QUERY = {"shape": [SHAPE], "text": [TEXT], "queryText": ["door"]}
@@ -88,7 +88,7 @@ class Formats(Search):
             return f"{round(len(encoded) / 100, -2):,.0f}"
 
         rows = re.findall(
-            r"^\| `\.(\w+)` \|.*\| ([\d,]+)(?: \([^)]* ([\d,]+)\))? \|$", README, re.MULTILINE
+            r"^\| `\.(\w+)` \|.*\| ([\d,]+)(?: \([^)]* ([\d,]+)\))? \|$", DOCUMENTS, re.MULTILINE
         )
         self.assertEqual(
             {extension: (least, most) for extension, least, most in rows},
@@ -242,6 +242,39 @@ class Traps(Search):
         )
         self.assertEqual(result["stats"]["totalBlocks"], 2)
 
+    def test_blocks_without_a_code_are_one_block(self):
+        self.write("plan.json", {"blocks": ["a**1", "b**2"], "shape": [NEAR] * 2, "text": [TEXT] * 2})
+        _, console, result = self.search("/method", "shape")
+        self.assertEqual([hit["name"] for hit in result["blocks"]], ["a"])
+        self.assertNotIn("Warning", console)
+        self.assertEqual(len(self.hits("/method", "shape", "/no-dedup")), 2)
+
+    def test_star_in_a_name_shifts_the_fields(self):
+        self.write("plan.json", {**PLAN, "blocks": ["*U25*c*1"]})
+        _, console, result = self.search("/method", "shape")
+        [hit] = result["blocks"]
+        self.assertEqual((hit["name"], hit["code"], hit["handle"]), ("", "U25", "c"))
+        self.assertNotIn("Warning", console)
+
+    def test_metadata_tree_of_another_depth_gives_a_wrong_drawing(self):
+        for path, drawing in [("R/.blocksMetadata/X/D/file.json", "R/D"),
+                              ("R/.blocksMetadata/D/file.json", "D"),
+                              ("R/.blocksMetadata/W/X/D/file.json", "R/.blocksMetadata/D")]:
+            (self.folder / path).parent.mkdir(parents=True, exist_ok=True)
+            self.write(path, PLAN)
+            self.write("filelist.json", {"files": [path]})
+            [hit] = self.hits("/method", "shape")
+            self.assertEqual(hit["dwgPath"], str(self.folder.resolve() / drawing))
+
+    @unittest.skipIf(os.name == "nt", "Windows takes both separators")
+    def test_backslashes_separate_no_folders_here(self):
+        (self.folder / "plans").mkdir()
+        self.write("plans/plan.json", PLAN)
+        self.write("filelist.json", {"files": ["plans\\plan.json"]})
+        self.assertEqual(self.search()[0], 1)
+        self.write("filelist.json", {"files": ["plans/plan.json"]})
+        self.assertEqual(self.search()[0], 0)
+
     def test_drawing_is_absolute_in_a_metadata_tree(self):
         place = self.folder / "plans/.blocksMetadata/5e/floor.dxf/plan.json"
         place.parent.mkdir(parents=True)
@@ -279,7 +312,7 @@ class Traps(Search):
         self.assertNotIn(None, scores)
 
     def test_query_texts_that_say_nothing_choose_shape(self):
-        for text in ("ab", "12 34", "a\tbc", "A$C4711", "a$c4711"):
+        for text in ("WC", "M8", "12 34", "a\tbc", "two\nlines", "A$C4711", "a$c4711"):
             with self.subTest(text):
                 self.write("query.json", {**QUERY, "queryText": [text]})
                 self.assertIn("\n     queryType: ByShape\n", self.search("/method", "text")[1])
