@@ -228,6 +228,13 @@ DRAWINGS = [
         CUT_OFF + "8102: syntax error while parsing CBOR number: unexpected end of input",
         True,
     ),
+    (
+        "bad.cbor",
+        cbor2.dumps(BAD, value_sharing=True),
+        "[json.exception.parse_error.112] parse error at byte 1: syntax error while parsing CBOR "
+        "value: invalid byte: 0xD8",
+        True,
+    ),
     ("bad.cbor", b"\x81" * 501 + b"\0", "document nested deeper than 500 levels: bad.cbor", True),
     (
         "bad.ubj",

@@ -146,6 +146,14 @@ class Formats(Search):
         self.assertNotIn("Warning", self.search()[1])
 
 
+    def test_take_json_with_a_byte_order_mark(self):
+        expected = self.hits()
+        for name, document in [("query.json", QUERY), ("plan.json", PLAN),
+                               ("filelist.json", {"files": ["plan.json"]})]:
+            (self.folder / name).write_text(json.dumps(document), encoding="utf-8-sig")
+        self.assertEqual(self.hits(), expected)
+
+
 class Methods(Search):
     def names_with(self, side, cosines, *arguments):
         """The hits among blocks whose vectors of that side have these cosines to the query's."""
