@@ -278,7 +278,7 @@ class Schemas(unittest.TestCase):
     def test_accept_every_form_of_a_document(self):
         for name, place, value in [
             ("list", ("files",), ["a.json", "b.bson", "c.cbor", "d.msgpack", "e.ubj", "../f.jdb"]),
-            ("list", ("remark",), "further members are ignored"),
+            ("list", ("note",), "further members are ignored"),
             ("encodings", (), {"blocks": [], "shape": [], "text": []}),
             ("query", ("queryText",), []),
             ("query", ("queryText",), ["one", "two"]),
