@@ -19,7 +19,7 @@ from pathlib import Path, PurePosixPath, PureWindowsPath
 from quillon_tools.documents import READERS, read_document
 from quillon_tools.errors import UserError
 from quillon_tools.pictures import Pictures
-from quillon_tools.results import drawing_name, is_adaptive, read_result
+from quillon_tools.results import drawing_name, is_adaptive, read_result, value_label
 from quillon_tools.texts import counted
 
 PAGE = Path(__file__).parent / "page"
@@ -95,7 +95,7 @@ def shown_result(path, document, pictures):
     largest = max((hit["distOrScore"] or 0 for hit in hits), default=0) or 1
     return {
         "title": os.path.basename(os.path.dirname(os.path.abspath(path))), "path": str(path),
-        "scores": scores,
+        "label": value_label(document),
         "weights": [hits[0]["shapeWeight"] or 0, hits[0]["textWeight"] or 0] if scores else None,
         "failed": document["stats"].get("failedDrawings", 0)
                   if isinstance(document["stats"], dict) else 0,
