@@ -20,7 +20,7 @@
 namespace quillon {
 namespace {
 
-/// Which rows become hits, and what every hit tells of the query.
+/// The hits so far, and what decides on the next one.
 struct HitList {
     std::uint32_t k;  // 0 for no limit
     float minThreshold;
@@ -29,12 +29,12 @@ struct HitList {
     std::array<float, 2> queryWeights;
     std::vector<SearchResult>& hits;
 
-    /// False for the query and its twins.
+    /// False for the query and query twins.
     bool mayBeHit(Row row) const {
         return row != 0 && !equalsQuery(shapeMatrix, row - 1, queryShape);
     }
 
-    /// Appends the row if it is a hit. False when no row of this score or a lower one can be.
+    /// Appends the row if it is a hit. False if no other row of at most this score can be a hit.
     bool add(Row row, float score) {
         if (!mayBeHit(row)) {
             return true;
@@ -58,8 +58,8 @@ ValuesOf scoresBy(ListMemo& memo, const Votes& votes) {
     };
 }
 
-/// Few rows are walked in the order in which an insertion sort leaves all their scores.
-void walkFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) {
+/// Visits all rows from the best score on, in the order of an insertion sort.
+void addFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) {
     Rows rows(rowCount);
     std::iota(rows.begin(), rows.end(), 0);
     const std::vector<float> scores = scoresOf(rows);
@@ -68,10 +68,9 @@ void walkFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) 
                 [&](std::size_t row) { return list.add(rows[row], scores[row]); });
 }
 
-/// Walks the rows of score 0, the higher first: those that `scores`, by row, has nothing about.
-/// Whether such a row has the score 0 or NaN, its weights tell.
-void walkRowsOfNoScore(ListMemo& memo, std::span<const float> scores, bool haveVotes,
-                       HitList& list) {
+/// Visits the rows with `scores` of 0, the higher row first. Only rows with computed scores have
+/// others. The weights of a row show whether its score is 0 or NaN.
+void addRowsOfScore0(ListMemo& memo, std::span<const float> scores, bool haveVotes, HitList& list) {
     std::size_t batchRows = 32;
     for (auto next = static_cast<Row>(scores.size()); next > 0; batchRows *= 2) {
         Rows batch;
@@ -89,9 +88,9 @@ void walkRowsOfNoScore(ListMemo& memo, std::span<const float> scores, bool haveV
     }
 }
 
-/// Walks rows from the best score on, among equal ones the higher first. Scores that are not a
-/// number come last.
-void walkBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, HitList& list) {
+/// Visits rows from the best score on, among equal ones the higher row first. Rows with NaN scores
+/// come last.
+void addBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, HitList& list) {
     std::vector<float> scores(memo[0].rows.rowCount, 0.0F);
     for (const RowValue& row : best) {
         scores[row.row] = row.value;
@@ -103,7 +102,7 @@ void walkBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, Hi
     if (std::all_of(best.begin(), best.end(),
                     [&](const RowValue& row) { return list.add(row.row, row.value); }) &&
         0.0F >= list.minThreshold) {
-        walkRowsOfNoScore(memo, scores, haveVotes, list);
+        addRowsOfScore0(memo, scores, haveVotes, list);
     }
 }
 
@@ -138,7 +137,7 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
     const Votes votes = votesOf(byQuery.query, listedRows(memo, neighbours), k);
     HitList list{k, minThreshold, queryShape, shapeMatrix, votes.query.weights, hits};
     if (rowCount <= insertionSorted) {
-        walkFewRows(scoresBy(memo, votes), rowCount, list);
+        addFewRows(scoresBy(memo, votes), rowCount, list);
         return;
     }
     const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, votes.neighbours);
@@ -146,8 +145,8 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
     std::erase_if(candidates, [&](const RowValue& candidate) {
         return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
     });
-    walkBestRows(memo, bestValues(std::move(candidates), k, scoresBy(memo, votes)),
-                 !neighbours.empty(), list);
+    addBestRows(memo, bestValues(std::move(candidates), k, scoresBy(memo, votes)),
+                !neighbours.empty(), list);
 }
 
 }  // namespace quillon

@@ -7,21 +7,21 @@
 
 namespace quillon {
 
-/// Each sum waits for its addition before. Eight side by side take about a third of the time of
-/// eight one by one, and less than two times four.
+/// Every addition waits for the previous one of its sum. Eight sums at once take about a third of
+/// the time of eight sums one after the other, and less than two times four sums.
 inline constexpr std::size_t distancesAtOnce = 8;
 
 /// Vectors of equal length, by their first elements.
 using VectorsAtOnce = std::array<const float*, distancesAtOnce>;
 using DistancesAtOnce = std::array<float, distancesAtOnce>;
 
-/// The squared L2 distances of `vector` to `others`, `width` elements each: the direct sum of
-/// squared differences, element by element in their order, each step rounded to 32 bits. That is
-/// the number that ByShape and ByText report. It depends on the two vectors alone: symmetric, 0 for
-/// identical finite vectors, the same on every processor and whatever the other vectors are.
+/// Returns the squared L2 distances of `vector` to `others`, `width` elements each: the sum of
+/// squared differences in the order of the elements, each step rounded to 32 bits. ByShape and
+/// ByText report this number. It depends on the two vectors alone: symmetric, 0 for identical
+/// finite vectors, the same on every processor and for any other vectors beside them.
 inline DistancesAtOnce squaredDistances(const float* vector, const VectorsAtOnce& others,
                                         std::size_t width) {
-    // Locals: the compiler keeps these in registers.
+    // Local copies, which the compiler keeps in registers.
     const VectorsAtOnce rows = others;
     DistancesAtOnce sums{};
     for (std::size_t i = 0; i < width; ++i) {

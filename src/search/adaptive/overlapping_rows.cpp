@@ -14,7 +14,7 @@ void sortUnique(Rows& rows) {
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
 }
 
-/// The elements of all lists of one side, ascending, each once.
+/// The elements of all lists of one side, ascending and unique.
 Rows elementsOf(std::span<const ListedRow> listed, std::size_t side) {
     Rows elements;
     for (const ListedRow& row : listed) {
@@ -42,7 +42,7 @@ OverlappingRows overlappingRows(ListMemo& memo, const NeighbourBounds& bounds,
             }
             overlapping.overlaps[s][neighbour.row].elements = std::move(neighbour.elements);
         }
-        // One list tells of all rows that are identical, and often that their curve is flat.
+        // One list serves all rows that are identical, and often shows a flat curve.
         const std::vector<NeighbourList> lists = neighbourLists(memo[s], withIdenticalRows);
         for (std::size_t i = 0; i < lists.size(); ++i) {
             overlapping.overlaps[s][withIdenticalRows[i]].isFlat = lists[i].curveArea == 0.0F;

@@ -10,19 +10,19 @@
 namespace quillon {
 namespace {
 
-/// What is known of a row on a side; nothing where it overlaps with no list.
+/// The overlap of a row on a side, or nullptr if it has none.
 const Overlap* overlapOf(const SideMemo& side, const std::map<Row, Overlap>& overlaps, Row row) {
     const auto found = overlaps.find(side.rows.firstIdentical[row]);
     return found != overlaps.end() ? &found->second : nullptr;
 }
 
-/// What a possible element of a list counts among its common elements with another: a gap as all of
-/// them, since one gap matches all others.
+/// How many common elements a possible element of a list stands for. One gap matches all gaps, so
+/// it stands for a whole list.
 std::size_t commonBy(Row element, std::size_t count) {
     return element == noRow ? count : 1;
 }
 
-/// Of the query to a row: the query's weights are known.
+/// Upper bound on the fused similarity of the query to a row. The query's weights are known.
 float mostOfQuery(const ListMemo& memo, const ListedRow& query, const OverlappingRows& nearQuery,
                   Row row) {
     if (row == query.row) {
@@ -42,7 +42,7 @@ float mostOfQuery(const ListMemo& memo, const ListedRow& query, const Overlappin
     return sum;
 }
 
-/// Of a row to all neighbours, in whatever way the sides of the row weigh.
+/// Upper bound on the sum of a row's fused similarities to all neighbours, for any weights.
 float mostOfNeighbours(const ListMemo& memo, const Votes& votes,
                        const OverlappingRows& nearNeighbours, Row row) {
     const std::size_t count = votes.query.lists[0].count;
@@ -64,8 +64,8 @@ float mostOfNeighbours(const ListMemo& memo, const Votes& votes,
     }
     float sum = 0.0F;
     for (const auto& [place, common] : mostCommon) {
-        // The weights add up to 1 but for their rounding, and so do the products. A row is as
-        // similar to itself as can be, whatever it lists.
+        // Weights and products add up to 1, except for rounding. A row's similarity to itself is 1,
+        // whatever it lists.
         constexpr float roundedUp = 1.000001F;
         const bool isItself = votes.neighbours[place].row == row;
         sum += (isItself ? 1.0F : rankSimilarityBound(common, count)) * roundedUp;
