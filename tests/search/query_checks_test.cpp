@@ -1,4 +1,4 @@
-// What the search methods ask of the query's vectors.
+// The checks of the query's vectors.
 #include "search/query_checks.h"
 
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ TEST(EqualsQuery, ComparesElementsAsFloats) {
     }
 }
 
-TEST(CheckQueryWidth, RefusesAQueryNarrowerThanTheLibrary) {
+TEST(CheckQueryWidth, RejectsAQueryNarrowerThanTheLibrary) {
     EXPECT_EQ(thrownText<std::invalid_argument>(
                   [] { checkQueryWidth(matrixOfWidth(1, 511), matrixOfWidth(3, 512), "shape"); }),
               "the query's shape vector has 511 elements, the library's rows have 512");
@@ -60,7 +60,7 @@ TEST(CheckQueryWidth, RefusesAQueryNarrowerThanTheLibrary) {
     EXPECT_NO_THROW(checkQueryWidth(matrixOfWidth(1, 385), matrixOfWidth(3, 384), "text"));
 }
 
-TEST(CheckSameWidth, RefusesAQueryOfAnotherWidth) {
+TEST(CheckSameWidth, RejectsAQueryOfAnotherWidth) {
     for (const std::size_t width : {0U, 1U, 511U, 513U, 1024U}) {
         EXPECT_EQ(thrownText<xt::concatenate_error>(
                       [&] { checkSameWidth(matrixOfWidth(1, width), matrixOfWidth(3, 512)); }),

@@ -1,4 +1,4 @@
-// The order of scores, among them some that are not numbers.
+// The order of scores, NaN among them.
 #include "search/adaptive/ranked_order.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ TEST(AscendingOrder, KeepsEqualValuesInOrder) {
     }
 }
 
-TEST(AscendingOrder, OfFewValuesOnlyThoseBelowTheFirstMovePastANan) {
+TEST(AscendingOrder, MovesFewValuesPastANanOnlyIfBelowTheFirst) {
     EXPECT_EQ(ascendingOrder({0.811F, 0.785F, 0.807F, nan, 0.752F}),
               (std::vector<std::size_t>{4, 1, 2, 0, 3}));
     EXPECT_EQ(ascendingOrder({3.0F, 2.0F, nan, 1.0F, 0.0F, nan, nan, 5.0F, 4.0F}),
@@ -35,7 +35,7 @@ TEST(AscendingOrder, OfFewValuesOnlyThoseBelowTheFirstMovePastANan) {
               (std::vector<std::size_t>{0, 2, 1, 3, 4}));
 }
 
-TEST(AscendingOrder, NansComeFirstAmongManyValues) {
+TEST(AscendingOrder, PutsNanFirstAmongManyValues) {
     std::vector<float> values(33, 1.0F);
     values[0] = 2.0F;
     values[4] = nan;
@@ -54,8 +54,8 @@ TEST(AscendingOrder, NansComeFirstAmongManyValues) {
     EXPECT_EQ(ascendingOrder(values), expected);
 }
 
-/// By the reference, and up to 16 values, which it sorts by insertion alone, by the standard
-/// library too.
+/// Compares with the reference. Up to 16 values also with std::sort, which sorts so few by
+/// insertion.
 void expectOrderOfAnInsertionSort(const std::vector<float>& values) {
     const std::vector<std::size_t> actual = ascendingOrder(values);
     reference::Floats row = reference::Floats::from_shape({1, values.size()});
