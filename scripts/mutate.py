@@ -3,8 +3,8 @@
 
     scripts/mutate.py [--count N] [--seed S] [FILE ...]
 
-Works on a copy of the tree in build/mutants, where the tests are built once and then again for each
-change. What survives is either a hole in the tests or changes nothing that can be observed.
+Works on a copy of the tree in build/mutants. The tests are built once, and again for each change. A
+change that no test notices is a missing test, or has no effect that can be observed.
 """
 import argparse
 import json
@@ -116,7 +116,7 @@ def main():
     shutil.rmtree(COPY, ignore_errors=True)
     COPY.mkdir(parents=True)
     for part in ("CMakeLists.txt", "debian-packages.txt", "src", "tests", "examples"):
-        # As of now: an object of an earlier run may come from a change.
+        # With the present time, because objects of an earlier run may come from a change.
         if (ROOT / part).is_dir():
             shutil.copytree(ROOT / part, COPY / part, copy_function=shutil.copy)
         else:
@@ -127,7 +127,7 @@ def main():
     selections = measure_tests()
 
     counts = {}
-    # File by file, since a change undone is compiled once more, with the next one.
+    # File by file, so that restoring a file is compiled together with its next change.
     for path, number, line, changed in sorted(changes[:arguments.count]):
         target = COPY / path
         original = target.read_text()

@@ -70,7 +70,7 @@ def draw_weights(axes, hit):
 
 
 def plot(document):
-    """The figure of one result document."""
+    """Returns the figure of one result document."""
     hits, scores = document["blocks"], is_adaptive(document)
     rows = [max(1, len(hits))] + ([1] if scores else [])
     height = BAR_INCHES * sum(rows) + (1 if scores else 0.8)
@@ -86,7 +86,7 @@ def plot(document):
 
 
 def write_chart(document, path):
-    """Writes the picture of one result document, in the format of the extension."""
+    """Writes the chart of one result document in the format of the extension."""
     # Texts stay texts. The file has no date and no random number.
     matplotlib.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "quillon", "font.size": 10})
     metadata = {"Date": None, "Creator": None} if path.suffix == ".svg" else None

@@ -42,7 +42,7 @@ def is_adaptive(document):
 
 
 def value_label(document):
-    """The meaning of distOrScore. Distances that do not rise show that the method was simple."""
+    """Returns the meaning of distOrScore. Only the hits of simple have distances out of order."""
     if is_adaptive(document):
         return "score, higher is better"
     distances = [hit["distOrScore"] for hit in document["blocks"] if hit["distOrScore"] is not None]
@@ -52,5 +52,5 @@ def value_label(document):
 
 
 def drawing_name(hit):
-    """The file name of the drawing, from a path of any system, or its folder."""
+    """Returns the file name of the drawing, from a path of any system, or its folder."""
     return re.split(r"[/\\]", hit.get("dwgPath") or hit.get("dwgPathHash") or "")[-1]
