@@ -33,13 +33,15 @@ def find_program(given):
 
 def add_search_arguments(parser):
     """Adds the options that are passed to every search."""
-    parser.add_argument("--program", metavar="PATH", help="path of the program (default: quillon, found through PATH)")
+    parser.add_argument("--program", metavar="PATH",
+                        help="path of the program (default: quillon, found through PATH)")
     parser.add_argument("--method", choices=list(METHODS.values()), default="adaptive",
                         help="how to rank (default: adaptive)")
     parser.add_argument("--topk", type=int, metavar="NUMBER", default=5,
                         help="largest number of hits of a query (default: 5; -1 for all)")
     parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold (default: 0.3)")
-    parser.add_argument("--no-dedup", action="store_true", help="keep blocks of equal codes")
+    parser.add_argument("--no-dedup", action="store_true",
+                        help="search all blocks of equal codes, not only the first one")
 
 
 def search_options(options):
