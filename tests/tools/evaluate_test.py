@@ -1,4 +1,4 @@
-"""Rates of the methods, on answers whose ranks are known, and the table of the sample."""
+"""Compares rates with those of known ranks, and the tables of docs/reading-the-hits.md."""
 import re
 import subprocess
 import sys
@@ -14,12 +14,12 @@ PAGE = (ROOT / "docs/reading-the-hits.md").read_text("utf-8")
 
 
 def near(width, cosine):
-    """A unit vector of this cosine to the first axis."""
+    """Returns a unit vector with this cosine to the first axis."""
     return [cosine, (1 - cosine ** 2) ** 0.5] + [0.0] * (width - 2)
 
 
 def without_time(text):
-    """The rows of a table without their last column."""
+    """Returns the rows of a table without the last column."""
     return [line.rsplit("|", 2)[0] for line in text.splitlines() if line.startswith("|")]
 
 
