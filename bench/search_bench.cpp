@@ -1,5 +1,5 @@
-// The search methods, beside what the index alone takes. Hits are compared with the index or with
-// the dense form before any time counts.
+// Compares the search methods with an index of faiss. Hits are compared with those of the index or
+// the dense form before the measurement.
 #include <faiss/IndexFlat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,7 +33,7 @@ std::vector<SearchResult> adaptive(const SearchData& data, std::size_t k) {
     return hits;
 }
 
-/// On one thread, by the kernel that every processor has.
+/// Searches on one thread, with the kernel for every processor.
 std::vector<SearchResult> adaptivePlainly(const SearchData& data, std::size_t k) {
     std::vector<SearchResult> hits;
     searchAdaptiveOn(1, runnableKernels().front(), static_cast<std::uint32_t>(k), data.queryShape,
@@ -41,7 +41,7 @@ std::vector<SearchResult> adaptivePlainly(const SearchData& data, std::size_t k)
     return hits;
 }
 
-/// Another process that keeps one processor busy as long as this lives.
+/// While it exists, another process keeps one processor busy.
 class BusyProcess {
   public:
     BusyProcess() : child(fork()) {
@@ -59,7 +59,7 @@ class BusyProcess {
     pid_t child;
 };
 
-/// The index's own self-join of one side: the query's row, then the library's.
+/// Self-join of one side by faiss: the query's row, then the rows of the library.
 struct SelfJoin {
     SelfJoin(const FeatureMatrix& query, const FeatureMatrix& matrix)
         : rows(matrix.shape(0) + 1),
@@ -103,7 +103,7 @@ Row comparisonRow(const std::string& name, const char* measure, const Comparison
     return row;
 }
 
-/// The dense form takes minutes for more rows.
+/// For more rows the dense form takes minutes.
 void requireHitsOfDenseForm(std::size_t rows, Spread spread) {
     const SearchData data = makeSearchData(rows, spread);
     require(sameHits(adaptive(data, 5),
@@ -116,7 +116,7 @@ struct AdaptiveCase {
     const char* name;
     Spread spread;
     std::size_t rows;
-    std::size_t k;  // 0: as many as there are rows
+    std::size_t k;  // 0: the number of rows
     Goal goal;
 };
 

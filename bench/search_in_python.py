@@ -27,7 +27,7 @@ def read_document(path):
 
 
 def load(list_path):
-    """Keys, paths and the two matrices of the blocks whose code has not been seen before."""
+    """Returns keys, paths and the two matrices of the blocks without duplicates."""
     keys, paths, shapes, texts, seen = [], [], [], [], set()
     for path in read_document(list_path)["files"]:
         drawing = read_document(path)
@@ -67,7 +67,7 @@ def search_simple(query, sides):
 
 
 def rank_similarity(lists, column):
-    """Of every row to one, by the footrule of their neighbour lists."""
+    """Returns the similarities of all rows to one, by the footrule of their neighbour lists."""
     count = lists.shape[1]
     positions = np.arange(count)
     absent = 2 * count - positions - 1

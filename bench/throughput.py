@@ -36,7 +36,7 @@ SERIES = {"1 run, 2 threads": (1, None), "2 runs, 1 thread": (2, 1), "2 runs, 2 
 
 
 def make_library(folder, blocks):
-    """folder/filelist.json and folder/query.json."""
+    """Writes folder/filelist.json and folder/query.json."""
     if (folder / "query.json").exists():
         return
     random = np.random.default_rng(blocks)
@@ -44,7 +44,7 @@ def make_library(folder, blocks):
                for side, width in WIDTHS.items()}
 
     def unit_vectors(rows):
-        """rows × 512 and rows × 384: a random centre each, and half as much noise."""
+        """Returns rows × 512 and rows × 384: a random centre for each row, and half as much noise."""
         cluster = random.integers(blocks // 50, size=rows)
         for side, width in WIDTHS.items():
             noise = random.normal(size=(rows, width)).astype(np.float32)
@@ -64,7 +64,7 @@ def make_library(folder, blocks):
 
 
 def run(program, folder, method, number=0, threads=None):
-    """One query. Gives its seconds and its peak memory in MB."""
+    """Runs one query. Returns its seconds and its peak memory in MB."""
     environment = os.environ | ({"OMP_NUM_THREADS": str(threads)} if threads else {})
     begin = time.monotonic()
     process = subprocess.Popen(
@@ -79,7 +79,7 @@ def run(program, folder, method, number=0, threads=None):
 
 
 def queries_a_minute(count, runs_at_a_time, one_run):
-    """`count` calls of `one_run(number)`, so many at a time."""
+    """Calls `one_run(number)` `count` times, several at a time."""
     begin = time.monotonic()
     with ThreadPoolExecutor(runs_at_a_time) as pool:
         list(pool.map(one_run, range(count)))
@@ -87,7 +87,7 @@ def queries_a_minute(count, runs_at_a_time, one_run):
 
 
 def measure(program, folder, method):
-    """Seconds and MB of one run, and queries a minute of each series."""
+    """Returns seconds and MB of one run, and queries a minute of each series."""
     run(program, folder, method)  # leaves the files in the page cache
     seconds, megabytes = map(min, zip(*[run(program, folder, method) for _ in range(ROUNDS)]))
     rates = dict.fromkeys(SERIES, 0)
@@ -100,7 +100,7 @@ def measure(program, folder, method):
 
 
 def memory_text(megabytes):
-    """The system counts what this process held when it started the run as the run's own peak."""
+    """Returns the peak as text. It includes memory of this process, so a small peak is unknown."""
     own = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024 / 1e6
     return f"{megabytes:,.0f} MB" if megabytes > 1.1 * own else f"under {1.1 * own:,.0f} MB"
 
