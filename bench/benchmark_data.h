@@ -51,7 +51,7 @@ struct FileBytes {
 };
 std::vector<FileBytes> readEncodings(const LibraryFiles& files);
 
-/// Loads with the tool.
+/// Loads a library as the tool does.
 BlockLibrary loadQuietly(const LibraryFiles& files, bool parallelLoad);
 
 }  // namespace quillon::bench

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""What one would write in Python for a query: numpy, faiss, and json or cbor2 for the documents.
+"""Runs one query in Python, with numpy, faiss, and json or cbor2 for the documents.
 
     search_in_python.py LIST QUERY RESULT METHOD
 
-The benchmarks hold whole runs of it against whole runs of the tool. It reads what the benchmarks
-write, and knows nothing of wrong documents.
+The benchmarks compare whole runs of this program with whole runs of the tool. It reads documents of
+the benchmarks, and does not check them.
 """
 import json
 import os

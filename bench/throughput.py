@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Measures the tables of docs/scaling.md, on libraries that it makes itself.
+"""Measures the tables of docs/scaling.md, on block libraries that it makes.
 
-    bench/throughput.py PROGRAM FOLDER [BLOCKS ...]    1000 10000 100000 1000000 unless told
+    bench/throughput.py PROGRAM FOLDER [BLOCKS ...]    default: 1000 10000 100000 1000000
 
-Libraries of 50 blocks a drawing, without duplicates, of unit vectors around a centre for every 50
-blocks, are made in FOLDER unless they are there (4.5 GB for a million blocks). The first table has
-the time and the peak memory of one run. The second has the queries a minute of a series of runs,
-one at a time and two at a time, in turns, where a run takes less than ten seconds. The best of
-three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy,
-python3-cbor2 and an idle machine.
+Makes missing libraries in FOLDER (4.5 GB for a million blocks): 50 blocks in each drawing, no
+duplicates, unit vectors around a centre for every 50 blocks. The first table has the time and the
+peak memory of one run. The second table has the queries a minute of a series of runs, one at a time
+and two at a time, in turns, if a run takes less than ten seconds. The best of three rounds counts,
+because disturbances only make a run slower. Needs python3-numpy, python3-cbor2 and an idle machine.
 """
 import json
 import math

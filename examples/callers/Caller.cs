@@ -42,7 +42,7 @@ public class Result
     public string Method; // that really ran: "shape", whatever was asked for, without a usable text
 }
 
-/// Has the text of the program. Status 255 is a missing path, 1 every other failure.
+/// A failed search, with the text of the program. Status 255: a path is missing. 1: other failures.
 public class SearchFailed : Exception
 {
     public readonly int Status;

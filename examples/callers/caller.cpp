@@ -36,7 +36,7 @@ struct Result {
     std::uint64_t failedDrawings;
 };
 
-/// Has the text of the program. Status 255 is a missing path, 1 every other failure.
+/// A failed search, with the text of the program. Status 255: a path is missing. 1: other failures.
 struct SearchFailed : std::runtime_error {
     SearchFailed(int endStatus, const std::string& text)
         : std::runtime_error(text), status(endStatus) {}

@@ -34,7 +34,7 @@ class Result:
 
 
 class SearchFailed(Exception):
-    """Has the text of the program. Status 255 is a missing path, 1 every other failure."""
+    """A failed search, with the program's text. Status 255: a path is missing. 1: other failures."""
 
     def __init__(self, status, text):
         super().__init__(text)

@@ -34,7 +34,7 @@ struct HitList {
         return row != 0 && !equalsQuery(shapeMatrix, row - 1, queryShape);
     }
 
-    /// Appends the row if it is a hit. False if no other row of at most this score can be a hit.
+    /// Appends the row if it is a hit. False if no row of an equal or lower score can follow.
     bool add(Row row, float score) {
         if (!mayBeHit(row)) {
             return true;

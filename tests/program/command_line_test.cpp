@@ -171,7 +171,7 @@ TEST(CommandLine, TopK0FailsExceptForAdaptive) {
         const std::string out = maskTimes(result.out);
         const std::string start =
             console.untilFiles(1) + ConsoleText::summary(1, 5, 5, 0) + "exception: Error in ";
-        // Between the two texts is the place in the sources of faiss.
+        // The whole text also names a source file of faiss, between these two parts.
         const std::string end = "Error: 'k > 0' failed\n";
         EXPECT_TRUE(out.starts_with(start)) << out;
         EXPECT_TRUE(out.ends_with(end)) << out;
