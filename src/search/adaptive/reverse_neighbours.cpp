@@ -88,7 +88,7 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
     // Larger samples take longer than making the lists that they save. Measured on 20,000 and
     // 100,000 clustered and unclustered rows: half and twice this size take 10 % longer.
     const std::size_t largestSample = std::max<std::size_t>(512, side.rowCount / 64);
-    const auto compareWith = [&](const Rows& sample) {
+    const auto narrowBy = [&](const Rows& sample) {
         compareWithSample(side, sample, candidates);
         std::erase_if(candidates, [](const BoundedRow& candidate) {
             return candidate.neighbourBound() < candidate.nearestElement;
@@ -99,10 +99,10 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
     while (all.size() / step > firstSample) {
         step *= 2;
     }
-    compareWith(sampleOf(all, 0, step));
+    narrowBy(sampleOf(all, 0, step));
     for (; step > 1 && all.size() / step <= largestSample; step /= 2) {
         // The rows halfway between those of earlier samples: samples double and have no common row.
-        compareWith(sampleOf(all, step / 2, step));
+        narrowBy(sampleOf(all, step / 2, step));
     }
 }
 
