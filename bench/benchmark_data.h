@@ -1,5 +1,4 @@
-// Settings of a benchmark run, the libraries it loads, and the loading itself without its console
-// text.
+// Settings of a benchmark run, its block libraries, and a load without console text.
 #pragma once
 
 #include <cstddef>
@@ -18,12 +17,12 @@ struct Settings {
     std::filesystem::path dataFolder;
 };
 
-/// How long the rounds of one row may take: in small sizes just enough to see that all works.
+/// Time limit for the rounds of one row. In small sizes just long enough for the checks.
 inline double budgetSeconds(const Settings& settings, double inFullSize = 10.0) {
     return settings.full ? inFullSize : 0.5;
 }
 
-/// A library on the disk, removed with this object unless it is to be kept.
+/// A block library on the disk, removed with this object unless it must be kept.
 class DiskLibrary {
   public:
     DiskLibrary(const LibrarySpec& spec, const Settings& settings);
@@ -39,20 +38,20 @@ class DiskLibrary {
     bool keep;
 };
 
-/// "20000-in-400": how a row's name tells the size of a library.
+/// Returns the size in the name of a row, for example "20000-in-400".
 std::string sizeName(const LibrarySpec& spec);
 
-/// The paths of the encodings files, in list order.
+/// Returns the paths of the encodings files, in the order of the list.
 std::vector<std::filesystem::path> listedFiles(const LibraryFiles& files);
 
-/// The contents of all encodings files, each with the padding behind it that simdjson wants.
+/// Returns the contents of all encodings files, each followed by the padding that simdjson needs.
 struct FileBytes {
     std::vector<char> padded;
     std::size_t size;
 };
 std::vector<FileBytes> readEncodings(const LibraryFiles& files);
 
-/// The tool's own load.
+/// Loads a library as the tool does.
 BlockLibrary loadQuietly(const LibraryFiles& files, bool parallelLoad);
 
 }  // namespace quillon::bench

@@ -61,7 +61,7 @@ void appendNumber(float value, std::string& text) {
     }
 }
 
-/// `"name":[[...],[...]]`. By hand, since the JSON library would write all 17 digits.
+/// Writes `"name":[[...],[...]]`. Not with nlohmann json, which would write all 17 digits.
 void appendVectors(const char* name, const std::vector<float>& values, std::size_t width,
                    std::string& text) {
     text += std::string("\"") + name + "\":[";
@@ -96,7 +96,7 @@ void appendBigEndian(std::uint64_t bits, std::size_t size, std::string& bytes) {
     }
 }
 
-/// By hand, since the JSON library writes 64 bits only where 32 change the number, and never 16.
+/// Not with nlohmann json, which writes 64 bits only if 32 change the number, and never 16.
 void appendCborVectors(const std::vector<float>& values, std::size_t width, Numbers numbers,
                        std::string& bytes) {
     bytes += '\x99';

@@ -1,4 +1,4 @@
-// Writes a library of made-up drawings: the list, the encodings files and two queries.
+// Writes a block library of made-up drawings: the list, the encodings files and two queries.
 #pragma once
 
 #include <cstddef>
@@ -7,11 +7,11 @@
 
 namespace quillon::bench {
 
-/// How an encoder of CBOR writes numbers.
+/// The numbers that an encoder of CBOR writes.
 enum class Numbers {
-    single,     // 32 bits each, as do the encoders of the other formats, or 64 where they must
+    single,     // 32 bits each; other formats also have 64
     wide,       // 64 bits each
-    shortened,  // 32 bits, but 16 where these are enough: for one number in 16, which is 0
+    shortened,  // 32 bits, or 16 if they are enough: for one number in 16, which is 0
 };
 
 struct LibrarySpec {
@@ -24,19 +24,18 @@ struct LibrarySpec {
 struct LibraryFiles {
     std::filesystem::path list;
     std::filesystem::path query;
-    /// A shape vector of one element: a run with "/method simple" loads the library and then ends
-    /// with status 1, before it makes an index.
+    /// A query with a shape vector of one element: a run with "/method simple" loads the library
+    /// and ends with status 1 before it searches.
     std::filesystem::path narrowQuery;
 };
 
-/// Where they are in a library's folder.
+/// Returns their paths in the folder of a library.
 LibraryFiles libraryFiles(const std::filesystem::path& folder);
 
-/// Writes into `folder`, which is made, several files at a time; holds one file per thread in
-/// memory. Encodings lie where real ones do, in <folder>/.blocksMetadata/<xx>/<drawing>/, and the
-/// last block of each is the whole drawing. Numbers of JSON text have 6 significant digits; the
-/// binary formats hold float32 as their encoder sees fit, in 4 bytes (CBOR, MessagePack) or 8.
-/// The list is written last.
+/// Makes `folder` and writes several files at a time, each from memory. Encodings files are at
+/// <folder>/.blocksMetadata/<xx>/<drawing>/, as real ones are, and the last block of each is the
+/// whole drawing. Numbers of JSON text have 6 significant digits. CBOR and MessagePack have 4 bytes
+/// for each number, the other binary formats 8. The list is written last.
 void writeLibrary(const LibrarySpec& spec, const std::filesystem::path& folder);
 
 }  // namespace quillon::bench

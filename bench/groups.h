@@ -1,4 +1,4 @@
-// The groups of measurements; each adds its rows to the report.
+// The groups of measurements. Each adds its rows to the report.
 #pragma once
 
 #include "benchmark_data.h"
@@ -10,13 +10,13 @@ namespace quillon::bench {
 /// process_bench.cpp.
 void benchProcess(const Settings& settings, Report& report);
 
-/// Reading and merging a library, against the parsers alone and against trees of values.
+/// Loads of a library, compared with the parsers alone and with loads by trees of values.
 void benchLoad(const Settings& settings, Report& report);
 
-/// The search methods, against the index alone and against the dense form.
+/// The search methods, compared with faiss and with the dense form.
 void benchSearch(const Settings& settings, Report& report);
 
-/// Whole runs against a Python program that does the same; needs its packages.
+/// Whole runs, compared with a Python program that does the same. Needs its packages.
 void benchPython(const Settings& settings, Report& report);
 
 /// Time by the number of blocks.

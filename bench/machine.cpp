@@ -10,7 +10,7 @@
 #include "measure.h"
 
 #ifdef __GNUC__
-// Only one BLAS among many has these, so the program starts without them too.
+// Weak, because only one BLAS among many has these functions.
 extern "C" {
 __attribute__((weak)) char* openblas_get_config();
 __attribute__((weak)) int openblas_get_parallel();
@@ -21,7 +21,7 @@ __attribute__((weak)) int openblas_get_num_threads();
 namespace quillon::bench {
 namespace {
 
-/// The rest of the first line of the file that begins with `start`, without what separates them.
+/// Returns the first line of the file that begins with `start`, without `start` and the separator.
 std::string lineAfter(const char* file, std::string_view start) {
     std::ifstream stream(file);
     for (std::string line; std::getline(stream, line);) {
@@ -33,7 +33,7 @@ std::string lineAfter(const char* file, std::string_view start) {
     return "";
 }
 
-/// "123456 kB", or nothing.
+/// Returns "123456 kB", or an empty text.
 std::size_t mebibytes(const std::string& kilobytes) {
     return kilobytes.empty() ? 0 : std::stoul(kilobytes) / 1024;
 }

@@ -1,4 +1,4 @@
-// What the numbers were measured on and with.
+// The machine and the software of a measurement.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +11,10 @@ namespace quillon::bench {
 /// Name and value: processor, memory, load, compiler, libraries.
 using Machine = std::vector<std::pair<std::string, std::string>>;
 
-/// What the platform does not tell is left out.
+/// Facts that the platform does not have are left out.
 Machine describeMachine();
 
-/// The most memory that this process has held at a time; 0 where the platform does not tell.
+/// Peak memory of this process; 0 if the platform does not have it.
 std::size_t ownPeakMiB();
 
 }  // namespace quillon::bench

@@ -8,7 +8,7 @@
 namespace quillon::bench {
 namespace {
 
-/// The splitmix64 generator: its state only counts, so any number may seed it.
+/// The splitmix64 generator. Its state is a counter, so every number is a good seed.
 class DrawnNumbers {
   public:
     explicit DrawnNumbers(std::uint64_t seed) : state(seed * 0xD1342543DE82EF95U + 1) {}
@@ -20,7 +20,7 @@ class DrawnNumbers {
         return mixed ^ (mixed >> 31U);
     }
 
-    /// From 0 up to, not including, 1.
+    /// Returns a number from 0 to below 1.
     float unit() { return static_cast<float>(next() >> 40U) / static_cast<float>(1U << 24U); }
     float centred() { return unit() - 0.5F; }
 
@@ -28,14 +28,14 @@ class DrawnNumbers {
     std::uint64_t state;
 };
 
-/// What a number is drawn for: the seeds of different uses never meet.
+/// The purpose of a random number. Different purposes have different seeds.
 enum class Use : std::uint64_t { repeat = 1, key = 2, shape = 3, text = 4 };
 
 DrawnNumbers numbersFor(Use use, std::uint64_t number) {
     return DrawnNumbers((number << 4U) + static_cast<std::uint64_t>(use));
 }
 
-/// The square makes the first centres the ones with many blocks: walls and doors.
+/// Because of the square, the first centres have many blocks, as walls and doors have in drawings.
 std::uint64_t centreOf(DrawnNumbers& numbers, std::size_t libraryBlocks) {
     const float drawn = numbers.unit();
     const std::size_t centres = 1 + libraryBlocks / 50;
@@ -91,7 +91,7 @@ void fillText(std::uint64_t contents, std::size_t libraryBlocks, float* row) {
 }
 
 SearchData makeSearchData(std::size_t rows, Spread spread) {
-    // With so many centres hardly two rows share one.
+    // So many centres that hardly any two rows have the same.
     const std::size_t libraryBlocks = spread == Spread::unclustered ? rows * 5000 : rows;
     SearchData data;
     data.shapeMatrix = FeatureMatrix::from_shape({rows, shapeWidth});

@@ -1,4 +1,4 @@
-// The entry of quillon_bench: which groups to measure, and where the rows go.
+// The entry point of quillon_bench: reads the groups to measure and the options.
 #include <algorithm>
 #include <array>
 #include <clocale>

@@ -1,4 +1,4 @@
-// Timing: two contenders in turns within one process, so that what disturbs one disturbs the other.
+// Measures the times of two contenders in turns, so that a disturbance affects both.
 #pragma once
 
 #include <cstddef>
@@ -7,18 +7,18 @@
 
 namespace quillon::bench {
 
-/// How many threads the tool uses, and everything that it is compared with.
+/// The number of threads of the tool and of everything that it is compared with.
 std::size_t threadCount();
 
-/// Calls `work` with 0 to `count` - 1 on `threadCount()` threads, the next index to whoever is
-/// free. The first exception ends the process' run as if `work` had been called here.
+/// Calls `work` with 0 to `count` - 1 on `threadCount()` threads. The next free thread gets the
+/// next index. Throws the first exception of `work`.
 void forEachIndex(std::size_t count, const std::function<void(std::size_t)>& work);
 
-/// Throws std::runtime_error that names `what` when a result is wrong: times of wrong results mean
-/// nothing.
+/// Throws std::runtime_error with `what` if a result is wrong, because its time would mean nothing.
 void require(bool isRight, const std::string& what);
 
-/// What is timed, and what is done before each time without being timed: freeing the last result.
+/// The function that is timed, and one that is called before without being timed, for example to
+/// free the last result.
 struct Contender {
     std::function<void()> run;
     std::function<void()> reset = [] {};
@@ -31,9 +31,9 @@ struct Comparison {
     std::size_t rounds = 0;
 };
 
-/// Runs both once without counting, then ours, other, ours, other ... for about `budgetSeconds`, 3
-/// rounds at least and 51 at most. When a round takes longer than `longRoundSeconds`, the first one
-/// counts and is the only one.
+/// Runs both once without measuring, then ours, other, ours, other and so on for about
+/// `budgetSeconds`, at least 3 and at most 51 rounds. If a round takes longer than
+/// `longRoundSeconds`, only the first round is run and measured.
 Comparison compare(const Contender& ours, const Contender& other, double budgetSeconds);
 inline constexpr double longRoundSeconds = 120.0;
 
@@ -42,7 +42,7 @@ struct Timing {
     std::size_t rounds = 0;
 };
 
-/// The same with one contender.
+/// Measures one contender in the same way.
 Timing timeOf(const Contender& ours, double budgetSeconds);
 
 }  // namespace quillon::bench

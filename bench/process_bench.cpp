@@ -1,5 +1,5 @@
-// Runs of the real program. A process that is started inherits, on some systems, the peak memory of
-// the one that starts it, as far as that goes: so this group runs before those that hold libraries.
+// Runs of the real program. On some systems a new process inherits the peak memory of the process
+// that starts it. So this group runs before the groups that keep libraries in memory.
 
 #include <chrono>
 #include <nlohmann/json.hpp>
@@ -60,7 +60,7 @@ std::string mebibytes(double bytes) {
     return std::to_string(static_cast<int>(bytes / bytesPerMiB)) + " MiB";
 }
 
-/// The peak of a run over the two matrices of its library.
+/// Peak memory of a run, divided by the size of the two matrices.
 Row peakRow(const std::string& name, const char* measure, const Run& run,
             const std::optional<Goal>& goal) {
     requireOwnPeakBelow(run);

@@ -1,4 +1,4 @@
-// Whole runs of the tool against whole runs of what one would write in Python, search_in_python.py.
+// Compares whole runs of the tool with whole runs of a program in Python, search_in_python.py.
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <string>

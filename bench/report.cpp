@@ -22,7 +22,7 @@ std::string formatted(const char* format, double value) {
     return text.data();
 }
 
-/// About three significant digits, but no exponent.
+/// Writes about three significant digits, without an exponent.
 std::string number(double value) {
     return formatted(value >= 100   ? "%.0f"
                      : value >= 10  ? "%.1f"
@@ -68,7 +68,7 @@ std::vector<std::string> cells(const Row& row) {
             row.note};
 }
 
-/// Characters, not bytes: the table holds "≤".
+/// Counts characters, not bytes, because the table has "≤".
 std::size_t columnsOf(const std::string& text) {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));

@@ -1,5 +1,5 @@
-// The search methods, beside what the index alone takes. Hits are compared with the index or with
-// the dense form before any time counts.
+// Compares the search methods with an index of faiss. Hits are compared with those of the index or
+// the dense form before the measurement.
 #include <faiss/IndexFlat.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -34,7 +34,7 @@ std::vector<SearchResult> adaptive(const SearchData& data, std::size_t k) {
     return hits;
 }
 
-/// On one thread, by the kernel that every processor has.
+/// Searches on one thread, with the kernel for every processor.
 std::vector<SearchResult> adaptivePlainly(const SearchData& data, std::size_t k) {
     std::vector<SearchResult> hits;
     searchAdaptiveOn(1, runnableKernels().front(), static_cast<std::uint32_t>(k), data.queryShape,
@@ -42,7 +42,7 @@ std::vector<SearchResult> adaptivePlainly(const SearchData& data, std::size_t k)
     return hits;
 }
 
-/// Another process that keeps one processor busy as long as this lives.
+/// While it exists, another process keeps one processor busy.
 class BusyProcess {
   public:
     BusyProcess() : child(fork()) {
@@ -65,7 +65,7 @@ class BusyProcess {
     pid_t child;
 };
 
-/// The index's own self-join of one side: the query's row, then the library's.
+/// Self-join of one side by faiss: the query's row, then the rows of the library.
 struct SelfJoin {
     SelfJoin(const FeatureMatrix& query, const FeatureMatrix& matrix)
         : rows(matrix.shape(0) + 1),
@@ -109,7 +109,7 @@ Row comparisonRow(const std::string& name, const char* measure, const Comparison
     return row;
 }
 
-/// The dense form takes minutes for more rows.
+/// For more rows the dense form takes minutes.
 void requireHitsOfDenseForm(std::size_t rows, Spread spread) {
     const SearchData data = makeSearchData(rows, spread);
     require(sameHits(adaptive(data, 5),
@@ -122,7 +122,7 @@ struct AdaptiveCase {
     const char* name;
     Spread spread;
     std::size_t rows;
-    std::size_t k;  // 0: as many as there are rows
+    std::size_t k;  // 0: the number of rows
     Goal goal;
 };
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""What one would write in Python for a query: numpy, faiss, and json or cbor2 for the documents.
+"""Runs one query in Python, with numpy, faiss, and json or cbor2 for the documents.
 
     search_in_python.py LIST QUERY RESULT METHOD
 
-The benchmarks hold whole runs of it against whole runs of the tool. It reads what the benchmarks
-write, and knows nothing of wrong documents.
+The benchmarks compare whole runs of this program with whole runs of the tool. It reads documents of
+the benchmarks, and does not check them.
 """
 import json
 import os
@@ -27,7 +27,7 @@ def read_document(path):
 
 
 def load(list_path):
-    """Keys, paths and the two matrices of the blocks whose code has not been seen before."""
+    """Returns keys, paths and the two matrices of the blocks without duplicates."""
     keys, paths, shapes, texts, seen = [], [], [], [], set()
     for path in read_document(list_path)["files"]:
         drawing = read_document(path)
@@ -67,7 +67,7 @@ def search_simple(query, sides):
 
 
 def rank_similarity(lists, column):
-    """Of every row to one, by the footrule of their neighbour lists."""
+    """Returns the similarities of all rows to one, by the footrule of their neighbour lists."""
     count = lists.shape[1]
     positions = np.arange(count)
     absent = 2 * count - positions - 1

@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Measures the tables of docs/scaling.md, on libraries that it makes itself.
+"""Measures the tables of docs/scaling.md, on block libraries that it makes.
 
-    bench/throughput.py PROGRAM FOLDER [BLOCKS ...]    1000 10000 100000 1000000 unless told
+    bench/throughput.py PROGRAM FOLDER [BLOCKS ...]    default: 1000 10000 100000 1000000
 
-Libraries of 50 blocks a drawing, without duplicates, of unit vectors around a centre for every 50
-blocks, are made in FOLDER unless they are there (4.5 GB for a million blocks). The first table has
-the time and the peak memory of one run. The second has the queries a minute of a series of runs,
-one at a time and two at a time, in turns, where a run takes less than ten seconds. The best of
-three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy,
-python3-cbor2 and an idle machine.
+Makes missing libraries in FOLDER (4.5 GB for a million blocks): 50 blocks in each drawing, no
+duplicates, unit vectors around a centre for every 50 blocks. The first table has the time and the
+peak memory of one run. The second table has the queries a minute of a series of runs, one at a time
+and two at a time, in turns, if a run takes less than ten seconds. The best of three rounds counts,
+because disturbances only make a run slower. Needs python3-numpy, python3-cbor2 and an idle machine.
 """
 import json
 import math
@@ -36,7 +35,7 @@ SERIES = {"1 run, 2 threads": (1, None), "2 runs, 1 thread": (2, 1), "2 runs, 2 
 
 
 def make_library(folder, blocks):
-    """folder/filelist.json and folder/query.json."""
+    """Writes folder/filelist.json and folder/query.json."""
     if (folder / "query.json").exists():
         return
     random = np.random.default_rng(blocks)
@@ -44,7 +43,7 @@ def make_library(folder, blocks):
                for side, width in WIDTHS.items()}
 
     def unit_vectors(rows):
-        """rows × 512 and rows × 384: a random centre each, and half as much noise."""
+        """Returns rows × 512 and rows × 384: a random centre for each row, and half as much noise."""
         cluster = random.integers(blocks // 50, size=rows)
         for side, width in WIDTHS.items():
             noise = random.normal(size=(rows, width)).astype(np.float32)
@@ -64,7 +63,7 @@ def make_library(folder, blocks):
 
 
 def run(program, folder, method, number=0, threads=None):
-    """One query. Gives its seconds and its peak memory in MB."""
+    """Runs one query. Returns its seconds and its peak memory in MB."""
     environment = os.environ | ({"OMP_NUM_THREADS": str(threads)} if threads else {})
     begin = time.monotonic()
     process = subprocess.Popen(
@@ -79,7 +78,7 @@ def run(program, folder, method, number=0, threads=None):
 
 
 def queries_a_minute(count, runs_at_a_time, one_run):
-    """`count` calls of `one_run(number)`, so many at a time."""
+    """Calls `one_run(number)` `count` times, several at a time."""
     begin = time.monotonic()
     with ThreadPoolExecutor(runs_at_a_time) as pool:
         list(pool.map(one_run, range(count)))
@@ -87,7 +86,7 @@ def queries_a_minute(count, runs_at_a_time, one_run):
 
 
 def measure(program, folder, method):
-    """Seconds and MB of one run, and queries a minute of each series."""
+    """Returns seconds and MB of one run, and queries a minute of each series."""
     run(program, folder, method)  # leaves the files in the page cache
     seconds, megabytes = map(min, zip(*[run(program, folder, method) for _ in range(ROUNDS)]))
     rates = dict.fromkeys(SERIES, 0)
@@ -100,7 +99,7 @@ def measure(program, folder, method):
 
 
 def memory_text(megabytes):
-    """The system counts what this process held when it started the run as the run's own peak."""
+    """Returns the peak as text. It includes memory of this process, so a small peak is unknown."""
     own = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024 / 1e6
     return f"{megabytes:,.0f} MB" if megabytes > 1.1 * own else f"under {1.1 * own:,.0f} MB"
 

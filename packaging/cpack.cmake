@@ -1,5 +1,5 @@
-# Read by CPack once for each kind of package: what only Debian wants is installed last, because it
-# changes what was installed before.
+# CPack reads this once for each kind of package. The component of Debian alone is installed last,
+# because it changes files that were installed before.
 if(CPACK_GENERATOR STREQUAL DEB)
   list(GET CPACK_INSTALL_CMAKE_PROJECTS 0 buildDirectory)
   set(CPACK_INSTALL_CMAKE_PROJECTS

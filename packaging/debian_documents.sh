@@ -1,6 +1,6 @@
 #!/bin/sh
-# Gives the documents installed under PREFIX the form that Debian asks for:
-#     debian_documents.sh PREFIX VERSION YEAR-MONTH-DAY
+# Brings the documents installed under PREFIX into the form that Debian requires:
+#     debian_documents.sh PREFIX VERSION YEAR-MONTH-DAY MAINTAINER
 set -eu
 
 documents=$1/share/doc/quillon
@@ -8,9 +8,9 @@ mv "$documents/CHANGELOG.md" "$documents/changelog"
 cat >"$documents/changelog.Debian" <<END
 quillon ($2-1) bookworm; urgency=medium
 
-  * Release $2; changelog.gz tells what is new.
+  * Release $2. What is new is in changelog.gz.
 
- -- Quillon authors <maintainers@quillon.invalid>  $(date -u -R -d "$3")
+ -- $4  $(date -u -R -d "$3")
 END
 chmod 644 "$documents/changelog.Debian"
 gzip -9n "$documents/changelog" "$documents/changelog.Debian" "$1/share/man/man1/quillon.1"

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds the benchmarks, makes the libraries that they load, measures and prints one table:
+# Builds the benchmarks, makes the block libraries for them, measures and prints one table:
 #     scripts/bench.sh [--full] [--keep] [process|load|search|python|growth ...]
 # Without a group: process, load and search.
-# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg
-# in full size. Everything else on the machine should rest meanwhile.
+# The rows are also written to build/bench/rows.json. In full size the growth group draws
+# docs/growth.svg. Run nothing else on the machine meanwhile.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -31,7 +31,7 @@ build/release/bench/quillon_bench --data "$data" --json "$rows" "$@"
 
 if [ "$full" = true ] && grep -q '"growth/' "$rows"; then
     scripts/install-packages.sh gnuplot-nox jq
-    # One line a size: the values of the operations given, in their order.
+    # One line for each size: the values of the given operations, in their order.
     growth_table() {
         jq -r '
             [.rows[] | select(.name | startswith("growth/")) | (.name / "/") as $name

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the wheel of quillon-tools, without a network:
-#     scripts/build-wheel.sh FOLDER    where the wheel goes
-# The same sources give the same bytes: files have the commit's time.
+# Builds the wheel of quillon-tools in FOLDER, without a network:
+#     scripts/build-wheel.sh FOLDER
+# The same sources give the same bytes, because all files have the commit's time.
 set -euo pipefail
 target=$(realpath "$1")
 cd "$(dirname "$0")/.."
@@ -11,7 +11,7 @@ SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH
 umask 022
 
-# In a copy, since the build leaves files beside the sources.
+# In a copy, because the build writes files into the folder of the sources.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r tools/pyproject.toml tools/quillon_tools "$work"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Windows program and its tests with mingw-w64, after the libraries that they link:
-#     scripts/build-windows.sh [TARGET ...]    all unless told
+# Builds the software libraries for Windows, then the program and its tests with mingw-w64:
+#     scripts/build-windows.sh [TARGET ...]    default: all targets
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds one preset of CMakePresets.json, after installing what the build needs:
+# Installs the packages that the build needs, then builds one preset of CMakePresets.json:
 #     scripts/build.sh PRESET [CMAKE-ARGUMENT ...]
 set -euo pipefail
 cd "$(dirname "$0")/.."

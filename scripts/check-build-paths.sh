@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Fails when a program holds a path of the machine that built it, which would show in messages and
-# would make another program of the same sources in another folder:
+# Fails if a program contains a path of the machine that built it. Messages would show such a path,
+# and the same sources would give another program in another folder:
 #     scripts/check-build-paths.sh PROGRAM
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh binutils
 
-# Source files by their absolute paths, and whatever lies in a home folder, in this tree or in the
-# folder of the libraries for Windows.
+# Absolute paths of source files, and all paths in a home folder, in this tree or in the folder of
+# the software libraries for Windows.
 patterns=('(^|[^[:alnum:]_.])(/[[:alnum:]_.+-]+)+\.(c|cc|cpp|h|hpp|S)($|[^[:alnum:]])' '/(home|root)/')
 for folder in "$PWD" build/windows-dependencies; do
     if [ -e "$folder" ]; then patterns+=("$(realpath "$folder" | sed 's/[].[*^$+?(){}|\\]/\\&/g')"); fi

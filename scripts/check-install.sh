@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the release build under build/installed and has the installed program search the sample.
+# Installs the release build under build/installed, and searches the sample with that program.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

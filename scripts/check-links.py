@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails when a document in a package names a file that the package does not have:
+"""Fails if a document in a package links to a file that the package does not have:
 
     scripts/check-links.py FOLDER
 
@@ -12,7 +12,7 @@ from pathlib import Path
 
 
 def links_of(document):
-    """The paths that a document names, relative to its own folder or absolute."""
+    """Returns the paths in a document, absolute or relative to its folder."""
     if document.suffix == ".gz":
         text = gzip.decompress(document.read_bytes()).decode()
     else:
@@ -22,7 +22,7 @@ def links_of(document):
     if document.suffix == ".md":
         links = (link.split("#")[0] for link in re.findall(r"\]\(([^)\s]+)\)", text))
         return [link for link in links if link and not link.startswith(("http", "mailto"))]
-    # README.txt: a list of files with what they are, and paths with backslashes in the text.
+    # README.txt has a list of files, and paths with backslashes in its text.
     named = re.findall(r"^(\S+)  +\S", text, re.MULTILINE)
     named += re.findall(r"\b(?:docs|sample|licenses)\\[\w.\\]*\w", text)
     return [name.replace("\\", "/") for name in named]

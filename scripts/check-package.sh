@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the packages and proves them, as root: lintian's opinion, the archive unpacked and run, and
-# the Debian package installed into a Debian with nothing but its base, run there, and removed again.
-# Their documents name no file that is missing, and their programs no path of this machine.
+# Makes the packages and checks them, as root. Runs lintian. Unpacks the archive and runs its
+# program. Installs the Debian packages into a minimal Debian, runs them there and removes them.
+# Links in their documents must lead to files, and programs must contain no path of this machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -33,7 +33,7 @@ scripts/check-build-paths.sh "$archive/bin/quillon"
 scripts/check-sample-hits.sh "$work/result.json"
 test -f "$work/quillon-$version-linux-x86_64/share/quillon/quillon_tools-$version-py3-none-any.whl"
 
-# From where this machine has its own packages.
+# From the mirror of this machine.
 mirror=$(apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Codename: bookworm' | sed -n 1p)
 debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"$work/debootstrap.log" ||
     { cat "$work/debootstrap.log"; exit 1; }
@@ -43,7 +43,7 @@ cp "$debian" "$root/srv/quillon.deb"
 inRoot() {
     env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
 }
-paths() { # all but the package manager's own books and logs
+paths() { # all but the package manager's data and logs
     (cd "$root" && find . -xdev \( -path ./var/lib/apt -o -path ./var/lib/dpkg -o \
         -path ./var/cache/apt -o -path ./var/log \) -prune -o -print | sort)
 }
@@ -87,7 +87,7 @@ inRoot apt-get purge -y -qq --autoremove quillon >"$work/apt.log" 2>&1 ||
     { cat "$work/apt.log"; exit 1; }
 paths | diff "$work/before" - || { echo 'The removed package left or took these' >&2; exit 1; }
 
-# The tools with the program, and nothing of them when they are removed.
+# Installs the tools with the program. When removed, they must leave nothing.
 cp "$debian" "$root/srv/quillon.deb"
 cp "$tools" "$root/srv/quillon-tools.deb"
 inRoot apt-get install -y -qq --no-install-recommends /srv/quillon.deb /srv/quillon-tools.deb \

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares a result of the sample's first query with the hits that it has to have:
+# Compares a result of the sample's first query with the expected hits:
 #     scripts/check-sample-hits.sh RESULT
 set -euo pipefail
 

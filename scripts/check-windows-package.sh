@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes the zip of the Windows program, unpacks it where nothing of mingw-w64 is in reach, and has
-# the program search under wine, beside the Linux program, whose results must be the same bytes. The
-# commands of the zip's README.txt are run, and its documents name no file that is missing:
+# Makes the zip of the Windows program and unpacks it where no file of mingw-w64 is found. Runs the
+# program under wine, and the Linux program for comparison: their results must be the same bytes.
+# Runs the commands of the zip's README.txt, and checks the links of its documents:
 #     scripts/check-windows-package.sh [PROGRAM]
-# PROGRAM is the Linux program, build/release/quillon unless told, which is built.
+# PROGRAM is the Linux program. Without it, build/release/quillon is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,7 +26,7 @@ scripts/check-links.py "$checked/$name"
 scripts/check-build-paths.sh "$windows"
 grep -qaF "version=\"$version.0\"" "$windows" || { echo "The manifest has another version" >&2; exit 1; }
 
-# The licenses that others only refer to are there in full.
+# Licenses that others refer to must be in the zip in full.
 grep -q 'END OF TERMS AND CONDITIONS' "$checked/$name/licenses/Apache-2.0.txt"
 grep -q 'END OF TERMS AND CONDITIONS' "$checked/$name/licenses/GPL-3.txt"
 if grep -r /usr/share/common-licenses "$checked/$name/licenses"; then
@@ -34,7 +34,7 @@ if grep -r /usr/share/common-licenses "$checked/$name/licenses"; then
     exit 1
 fi
 
-# A new Windows, with nothing on its path but its own folders.
+# A new Windows, with only its own folders on the path.
 unset WINEPATH
 export WINEPREFIX=$checked/wine WINEDEBUG=-all LC_ALL=C.UTF-8
 mkdir "$WINEPREFIX"
@@ -53,13 +53,13 @@ scripts/check-windows-readme.py "$checked/first-steps/$name"
     /encode queries/1-door-23-3.json /output "Z:$checked/doors.json" >"$checked/doors.txt")
 scripts/check-sample-hits.sh "$checked/doors.json"
 
-# Outside metadata trees a hit names a folder and no path, so that nothing in a result is the
-# system's own. The new name is as long as the old one: in binary lists lengths stand before texts.
+# Outside metadata trees a hit names a folder and no path, so results are the same on both systems.
+# The new name has the length of the old one, because binary lists have lengths before texts.
 sources=("$checked/drawings" "$checked/data")
 find "${sources[@]}" -depth -name .blocksMetadata -execdir mv {} _blocksMetadata \;
 find "${sources[@]}" -name '*list.*' -exec sed -i 's/\.blocksMetadata/_blocksMetadata/' {} +
 
-# The text that a program printed, without its times, the path of its own result and its line ends.
+# Prints the console text without times, the path of the result and carriage returns.
 as_text() {
     sed 's/\r$//; s/: [0-9]* ms$/: T ms/; /^        Output: /d' "$1"
 }
@@ -73,7 +73,7 @@ compare() {
     mkdir -p "$checked/linux" "$checked/windows"
     (cd "$folder" && "$linux" "$@" /output "$theirs") >"$theirs.console"
     (cd "$folder" && "$wine" "$windows" "$@" /output "Z:$ours") >"$ours.console"
-    # Lines of the console and of indented JSON end as each system ends lines.
+    # Lines of the console and of indented JSON end with the line end of the system.
     cmp <(as_text "$theirs.console") <(as_text "$ours.console")
     if [ "$output" = pretty.json ]; then
         cmp <(sed 's/$/\r/; $s/\r$//' "$theirs") "$ours"

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Runs the commands of README.txt in the unpacked zip, in the order in which they are written:
+"""Runs the commands of README.txt in the unpacked zip, in their order:
 
     scripts/check-windows-readme.py FOLDER
 
-The program's own commands run in cmd, under wine. There is no PowerShell here, so the lines that
-write the smallest documents are translated, which shows that the documents are right and not that
+The commands of the program run in cmd, under wine. There is no PowerShell under wine. So the lines
+that write the smallest documents are translated to Python. This checks the documents, but not that
 PowerShell writes them.
 """
 import json
@@ -24,7 +24,7 @@ function Save($name, $document) {
 
 
 def commands_of(readme):
-    """The indented lines, by the number of their section."""
+    """Returns the indented lines by the number of their section."""
     sections, number = {}, None
     for line in readme.splitlines():
         heading = re.match(r"(\d)\. ", line)
@@ -45,13 +45,13 @@ def run(command, folder, search_path):
 
 
 def value_of(expression, variables):
-    """`,value` is an array of one; a value is a variable or a text."""
+    """Evaluates `,value`, an array of one value. The value is a variable or a text."""
     value = expression.strip().removeprefix(",")
     return [variables[value[1:]] if value.startswith("$") else json.loads(value)]
 
 
 def write_documents(lines, folder):
-    """What the lines of section 4 do, but for the program's own command."""
+    """Does what the lines of section 4 do, except for the command of the program."""
     variables = {}
     for line in lines:
         array = re.fullmatch(r"\$(\w+) = ([@()\d., +*]+)", line)

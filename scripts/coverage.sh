@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Runs all tests on a build that counts, and prints how many lines and branches of each file of src/
-# they reach, and which lines they do not. Branches that only an exception takes do not count: nearly
+# Runs all tests on a build that counts lines. Prints how many lines and branches of each file of
+# src/ they run, and which lines they do not. Branches of exceptions are left out, because nearly
 # every call has one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh gcovr
 scripts/build.sh coverage
-# A run adds to the counts that it finds.
+# A run adds to existing counts.
 find build/coverage -name '*.gcda' -delete
 scripts/test.sh coverage
 

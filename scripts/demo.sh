@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the tool, asks for the blocks most like a real door and shows the hits as a table and as a
-# web page:
-#     scripts/demo.sh [PROGRAM]    PROGRAM: one that is built already
+# Builds the tool, searches for the blocks most like a real door, and shows the hits as a table and
+# as a web page:
+#     scripts/demo.sh [PROGRAM]    PROGRAM: skips the build and uses this program
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,4 +1,4 @@
-# Draws time by number of blocks; scripts/bench.sh gives `table` and `output_file`.
+# Draws time by number of blocks. scripts/bench.sh sets `table` and `output_file`.
 set terminal svg size 760,480 font "sans-serif,13" background "white"
 set output output_file
 set logscale xy

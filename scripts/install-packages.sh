@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages given as arguments that are not there yet. Without the right to
-# install, it names them and fails. Quick and silent when nothing is missing.
+# Installs those of the given Debian packages that are missing. Without the right to install, it
+# names them and fails. Quick and silent when nothing is missing.
 set -euo pipefail
 
 missing=()

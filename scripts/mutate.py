@@ -3,8 +3,8 @@
 
     scripts/mutate.py [--count N] [--seed S] [FILE ...]
 
-Works on a copy of the tree in build/mutants, where the tests are built once and then again for each
-change. What survives is either a hole in the tests or changes nothing that can be observed.
+Works on a copy of the tree in build/mutants. The tests are built once, and again for each change. A
+change that no test notices is a missing test, or has no effect that can be observed.
 """
 import argparse
 import json
@@ -23,7 +23,7 @@ BUILD = ROOT / "build/mutants/build"
 TESTS = BUILD / "tests/quillon_tests"
 REFUSED_MEMORY_TESTS = BUILD / "tests/quillon_refused_memory_tests"
 
-# Pattern and replacement; each match on a line of code is one change.
+# Pattern and replacement. Each match in a line of code is one change.
 CHANGES = [
     (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
     (r" == ", " != "), (r" != ", " == "), (r" && ", " || "), (r" \|\| ", " && "),
@@ -66,7 +66,7 @@ def run(*command, seconds=None):
 
 
 def suites_near(path):
-    """The suites of the tests that mirror a source's folder: they are the first to notice."""
+    """Returns the test suites of a source's folder, which notice most changes."""
     folder = COPY / "tests" / pathlib.Path(path).parent.relative_to("src")
     names = re.findall(r"^TEST(?:_[FP])?\((\w+),", "".join(
         test.read_text() for test in sorted(folder.glob("*_test.cpp"))), re.MULTILINE)
@@ -74,8 +74,8 @@ def suites_near(path):
 
 
 def measure_tests():
-    """Runs all tests once. Returns the selections for `verdict`, quick ones and slow ones, each with
-    the seconds after which a change has made them run for ever."""
+    """Runs all tests once. Returns the quick and the slow selections for `verdict`, each with a time
+    limit in seconds, after which a change has made an endless loop."""
     report = BUILD / "times.json"
     if run("cmake", "--build", BUILD) or run(TESTS, f"--gtest_output=json:{report}"):
         sys.exit("the tests do not pass without a change")
@@ -116,7 +116,7 @@ def main():
     shutil.rmtree(COPY, ignore_errors=True)
     COPY.mkdir(parents=True)
     for part in ("CMakeLists.txt", "debian-packages.txt", "src", "tests", "examples"):
-        # As of now: an object of an earlier run may come from a change.
+        # With the present time, because objects of an earlier run may come from a change.
         if (ROOT / part).is_dir():
             shutil.copytree(ROOT / part, COPY / part, copy_function=shutil.copy)
         else:
@@ -127,7 +127,7 @@ def main():
     selections = measure_tests()
 
     counts = {}
-    # File by file, since a change undone is compiled once more, with the next one.
+    # File by file, so that restoring a file is compiled together with its next change.
     for path, number, line, changed in sorted(changes[:arguments.count]):
         target = COPY / path
         original = target.read_text()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian package of quillon-tools out of its wheel:
-#     scripts/package-tools.sh FOLDER    where the package goes
+# Makes the Debian package of quillon-tools in FOLDER out of the wheel:
+#     scripts/package-tools.sh FOLDER
 set -euo pipefail
 folder=$(realpath "$1")
 cd "$(dirname "$0")/.."
@@ -9,6 +9,7 @@ scripts/install-packages.sh dpkg-dev
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH
 umask 022
+. packaging/contact # MAINTAINER and HOMEPAGE
 version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 day=$(sed -n "s/^## $version (\(.*\))$/\1/p" CHANGELOG.md)
 work=$(mktemp -d)
@@ -29,7 +30,7 @@ chmod 755 "$root/usr/bin/quillon-tools"
 sed "s/@releaseDate@/$day/; s/@PROJECT_VERSION@/$version/" docs/quillon-tools.1.in \
     >"$share/man/man1/quillon-tools.1"
 cp packaging/completions/quillon-tools.bash "$share/bash-completion/completions/quillon-tools"
-# The head, and the paragraphs on our own files and their license.
+# Only the header and the paragraphs about our own files and their license.
 awk -v RS= -v ORS='\n\n' 'NR == 1 { sub(/\nComment:.*/, "") } NR == 1 || /^Files: \*/ || /^License: Expat\n/' \
     packaging/copyright >"$share/doc/quillon-tools/copyright"
 cat >"$share/doc/quillon-tools/changelog.Debian" <<END
@@ -37,14 +38,14 @@ quillon-tools ($version-1) bookworm; urgency=medium
 
   * Release $version.
 
- -- Quillon authors <maintainers@quillon.invalid>  $(LC_ALL=C date -u -R -d "$day")
+ -- $MAINTAINER  $(LC_ALL=C date -u -R -d "$day")
 END
-# Not a package of Debian's archive, where a bug would have asked for it.
+# The package is not for Debian's archive, so no bug report asked for it.
 echo 'quillon-tools: initial-upload-closes-no-bugs [usr/share/doc/quillon-tools/changelog.Debian.gz:1]' \
     >"$share/lintian/overrides/quillon-tools"
 gzip -9n "$share/man/man1/quillon-tools.1" "$share/doc/quillon-tools/changelog.Debian"
 
-# Compiled when installed, so that nothing is left behind when removed.
+# Python files are compiled by the package's own scripts, which also remove the compiled files.
 for script in "postinst py3compile" "prerm py3clean"; do
     printf '#!/bin/sh\nset -e\nif command -v %s >/dev/null; then\n    %s -p quillon-tools\nfi\n' \
         "${script#* }" "${script#* }" >"$root/DEBIAN/${script% *}"
@@ -54,7 +55,8 @@ cat >"$root/DEBIAN/control" <<END
 Package: quillon-tools
 Version: $version-1
 Architecture: all
-Maintainer: Quillon authors <maintainers@quillon.invalid>
+Maintainer: $MAINTAINER
+Homepage: $HOMEPAGE
 Section: graphics
 Priority: optional
 Installed-Size: $(du -sk --apparent-size "$root/usr" | cut -f 1)

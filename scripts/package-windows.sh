@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Makes build/quillon-VERSION-win64.zip: the Windows program with what belongs to it, and beside it
-# the zip's SHA-256.
+# Makes build/quillon-VERSION-win64.zip with the Windows program, documents and examples, and a
+# file with the zip's SHA-256.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh zip
 scripts/build-windows.sh quillon
 
-# The same bytes from the same sources: all times are that of the commit.
+# The same sources give the same bytes, because all files have the commit's time.
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH
 
@@ -18,7 +18,7 @@ rm -rf build/package
 mkdir -p "$folder/docs" "$folder/licenses"
 x86_64-w64-mingw32-strip -o "$folder/quillon.exe" build/win64/quillon.exe
 
-# add TEXT NAME: a text with the line ends that every editor there shows.
+# add TEXT NAME: adds a text with the line ends of Windows.
 add() { sed 's/$/\r/' "$1" >"$folder/$2"; }
 sed "s/@VERSION@/$version/g" packaging/windows/README.txt.in >build/package/README.txt
 add build/package/README.txt README.txt
@@ -30,7 +30,7 @@ cp -r examples/callers "$folder"
 cp -r examples/drawings "$folder/sample"
 scripts/build-wheel.sh "$folder"
 
-# The licenses, and those that they only refer to.
+# The licenses, and the licenses that they refer to.
 for package in nlohmann-json3-dev libsimdjson-dev libxtensor-dev xtl-dev libboost1.74-dev \
     gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     copyright=/usr/share/doc/$package/copyright

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the packages of the release build in build/packages: the Debian packages of the program and of
-# quillon-tools, an archive, and their checksums. The same sources on the same machine give the same bytes: files have the commit's time.
+# quillon-tools, an archive, and their checksums. The same sources on the same machine give the same
+# bytes, because all files have the commit's time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

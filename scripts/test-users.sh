@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs what users run: the documents' own commands and snippets, and the scripts and examples around
-# the program, against a program that is built.
-#     scripts/test-users.sh [PROGRAM]    build/release/quillon unless told, built if it is not there
+# Runs what users run: the commands and snippets of the documents, and the scripts and examples
+# around the program.
+#     scripts/test-users.sh [PROGRAM]    without PROGRAM, build/release/quillon is built and used
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -42,7 +42,7 @@ scripts/install-packages.sh \
     zsh
 [ $# -gt 0 ] || scripts/build.sh release
 
-# Debian's own Python, because the packages above belong to it.
+# Debian's Python, because the packages above are for it.
 export QUILLON PYTHONDONTWRITEBYTECODE=1
 QUILLON=$(realpath "${1:-build/release/quillon}")
 for tests in users tools; do

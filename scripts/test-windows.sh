@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh wine wine64
 scripts/build-windows.sh
 
-# A Windows of our own; its server stays until all tests are done, which saves its start for each.
+# A separate Windows. Its server runs until all tests are done, so that no test has to start it.
 export WINEPREFIX=${WINEPREFIX:-$PWD/build/wine} WINEDEBUG=-all LC_ALL=C.UTF-8
 export WINE_FAILED_STARTS=$PWD/build/win64/failed-starts-of-wine
 : >"$WINE_FAILED_STARTS"

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Builds and runs all tests:  scripts/test.sh [PRESET ...]  (dev unless told; asan, tsan)
+# Builds and runs all tests:
+#     scripts/test.sh [PRESET ...]    dev (the default), asan, tsan
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# For the tests of another locale and of reads that no sanitizer sees.
+# For the tests of another locale, and of reads that only valgrind finds.
 scripts/install-packages.sh locales valgrind
 
 [ $# -gt 0 ] || set -- dev

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs a Windows program under wine:  scripts/wine.sh PROGRAM [ARGUMENT ...]
 # About one start of wine in 2,000 ends at once, with status 1 and no output, because an address that
-# every process needs is taken. Such a start, and no other failure, is repeated, twice at most. Each is
-# a line in the file WINE_FAILED_STARTS, if that is set, and so is each that PROGRAM itself met.
+# every process needs is in use. Only such a start is repeated, at most twice. If WINE_FAILED_STARTS
+# is set, it names a file that gets a line for each such start, also for those of PROGRAM's children.
 set -euo pipefail
 
 failure='wine: failed to map the shared user data'

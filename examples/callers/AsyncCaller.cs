@@ -1,7 +1,7 @@
 // Starts searches without waiting for them, and cancels them:
 //     AsyncCaller PROGRAM FILELIST FOLDER SECONDS QUERY ...
-// Every query's result goes to FOLDER/<name of the query>.json. Searches that have not ended after so
-// many seconds are cancelled.
+// The result of each query is FOLDER/<name of the query>.json. Searches that take longer than SECONDS
+// are cancelled.
 // Build with Mono, together with Caller.cs:
 //     mcs -r:System.Runtime.Serialization -main:AsyncCaller AsyncCaller.cs Caller.cs
 using System;
@@ -16,8 +16,8 @@ using System.Threading.Tasks;
 
 public static class AsyncCaller
 {
-    /// One query, as Caller.Search, without a waiting thread. The output appears whole, or not at all
-    /// when the search fails or is cancelled; then the task ends as cancelled, and the program with it.
+    /// Runs one query like Caller.Search, without a waiting thread. Writes the complete output, or none
+    /// if the search fails or is cancelled. On cancellation the program and the task are ended.
     public static async Task<Result> SearchAsync(
         string program, string fileList, string query, string output, string method = "adaptive",
         IEnumerable<string> options = null,
@@ -31,7 +31,7 @@ public static class AsyncCaller
                        Caller.StartOf(program, fileList, query, partial, method, options)))
             using (cancellation.Register(() => Kill(process)))
             {
-                // The program has ended, or is about to, when its console is at its end.
+                // At the end of its console the program has ended, or is about to end.
                 string console = await process.StandardOutput.ReadToEndAsync();
                 process.WaitForExit();
                 cancellation.ThrowIfCancellationRequested();
@@ -56,11 +56,11 @@ public static class AsyncCaller
         }
         catch (InvalidOperationException)
         {
-            // It has ended by itself.
+            // The program has already ended.
         }
     }
 
-    /// The line to print for a query, whatever became of it.
+    /// Returns the line to print for a query.
     static async Task<string> Answer(string query, Task<Result> search)
     {
         try

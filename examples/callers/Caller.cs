@@ -1,7 +1,7 @@
 // Calls Quillon and reads its result as typed hits:
 //     Caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
-// PROGRAM is a path, or a name to be found through PATH.
-// Build with Mono: mcs -r:System.Runtime.Serialization Caller.cs. .NET brings the same classes.
+// PROGRAM is a path, or a name that is searched for in PATH.
+// Build with Mono: mcs -r:System.Runtime.Serialization Caller.cs. .NET has the same classes.
 using System;
 using System.Collections.Generic;
 using System.ComponentModel;
@@ -42,7 +42,7 @@ public class Result
     public string Method; // that really ran: "shape", whatever was asked for, without a usable text
 }
 
-/// With the program's own text. Status 255 is a missing path, 1 every other failure.
+/// A failed search, with the text of the program. Status 255: a path is missing. 1: other failures.
 public class SearchFailed : Exception
 {
     public readonly int Status;
@@ -56,7 +56,7 @@ public static class Caller
         ["Adaptive"] = "adaptive", ["ByShape"] = "shape", ["ByText"] = "text", ["Simple"] = "simple"
     };
 
-    /// One query. Relative paths, also those in the list, start at the current folder.
+    /// Runs one query. Relative paths start at the current folder, those in the list, too.
     public static Result Search(string program, string fileList, string query, string output,
                                 string method = "adaptive", IEnumerable<string> options = null)
     {
@@ -69,7 +69,7 @@ public static class Caller
         }
     }
 
-    /// How the search is started. AsyncCaller.cs starts it, too.
+    /// Returns the start of a search. AsyncCaller.cs uses it, too.
     public static ProcessStartInfo StartOf(string program, string fileList, string query,
                                            string output, string method,
                                            IEnumerable<string> options)
@@ -80,20 +80,20 @@ public static class Caller
         {
             UseShellExecute = false,
             RedirectStandardOutput = true,
-            // The console may hold raw bytes of a broken file: they become replacement characters.
+            // The console can have raw bytes of a broken file. They become replacement characters.
             StandardOutputEncoding = new UTF8Encoding(false),
-            // Mono has ArgumentList too, but starts the process without it.
+            // Mono has ArgumentList, too, but ignores it.
             Arguments = string.Join(" ", own.Concat(options ?? new string[0]).Select(Quoted))
         };
     }
 
-    /// What a search that has ended gives. Throws SearchFailed for a status other than 0.
+    /// Returns the result of a search that has ended. Throws SearchFailed for a status other than 0.
     public static Result ResultOf(int exitCode, string console, string output)
     {
         // The last line may have no line feed.
         string[] lines = console.TrimEnd('\r', '\n').Replace("\r\n", "\n").Split('\n');
         if (exitCode != 0)
-            // -1 is seen as 255 on Linux.
+            // -1 is 255 on Linux.
             throw new SearchFailed(exitCode == -1 ? 255 : exitCode,
                                    Behind("exception: ", lines.Last()));
 
@@ -107,7 +107,7 @@ public static class Caller
         return result;
     }
 
-    /// In double quotes; quotes inside, and backslashes before a quote, get a backslash.
+    /// Returns the argument in double quotes. Quotes, and backslashes before a quote, get a backslash.
     static string Quoted(string argument)
     {
         string inside = Regex.Replace(argument, @"(\\*)""", @"$1$1\""");

@@ -1,7 +1,7 @@
-// Writes encodings files as MessagePack with 32-bit floats, the format that Quillon loads fastest beside
-// CBOR, without a third-party package:
+// Writes encodings files as MessagePack with 32-bit floats, which Quillon loads as fast as CBOR. Needs
+// no third-party package:
 //     EncodingsWriter OUTPUT.msgpack NAME CODE HANDLE [NAME CODE HANDLE ...]
-// writes blocks with made-up vectors. A program of your own calls Encodings.Write with its blocks.
+// writes blocks with made-up vectors. Your own program calls Encodings.Write with its blocks.
 // Build with Mono: mcs EncodingsWriter.cs
 using System;
 using System.Collections.Generic;
@@ -19,8 +19,8 @@ public static class Encodings
 {
     const int ShapeWidth = 512, TextWidth = 384;
 
-    /// Writes the blocks of one drawing. The file is complete or, after an exception, not there.
-    /// Throws ArgumentException for a block that Quillon would leave out or never find.
+    /// Writes the blocks of one drawing. After an exception there is no file. Throws ArgumentException
+    /// for a block that Quillon would leave out or never find.
     public static void Write(string path, IReadOnlyList<EncodedBlock> blocks)
     {
         foreach (EncodedBlock block in blocks)
@@ -102,7 +102,7 @@ public static class Encodings
         WriteReversed(stream, BitConverter.GetBytes(count));
     }
 
-    /// Big-endian, on machines that are little-endian, as all that run Windows are.
+    /// Writes big-endian numbers on little-endian machines, which all machines with Windows are.
     static void WriteReversed(Stream stream, byte[] bytes)
     {
         if (BitConverter.IsLittleEndian)

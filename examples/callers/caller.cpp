@@ -1,7 +1,7 @@
 // Calls Quillon and reads its result as typed hits:
 //     caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
-// PROGRAM is a path, or a name to be found through PATH. Boost.Process starts it, because the
-// standard library can only hand a line to a shell.
+// PROGRAM is a path, or a name that is searched for in PATH. Boost.Process starts it, because the
+// standard library can only start a shell.
 // Build: g++ -std=c++20 caller.cpp -o caller -lboost_filesystem -pthread
 #include <boost/process.hpp>
 #include <cstdint>
@@ -36,19 +36,19 @@ struct Result {
     std::uint64_t failedDrawings;
 };
 
-/// With the program's own text. Status 255 is a missing path, 1 every other failure.
+/// A failed search, with the text of the program. Status 255: a path is missing. 1: other failures.
 struct SearchFailed : std::runtime_error {
     SearchFailed(int endStatus, const std::string& text)
         : std::runtime_error(text), status(endStatus) {}
     int status;
 };
 
-/// The console may hold raw bytes of a broken file: they become replacement characters.
+/// The console can have raw bytes of a broken file. They become replacement characters.
 std::string validUtf8(const std::string& bytes) {
     return json::parse(json(bytes).dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
-/// The lines, whether or not the last one ends with a line feed.
+/// Returns the lines. The last one may have no line feed.
 std::vector<std::string> linesOf(const std::string& console) {
     std::vector<std::string> lines;
     std::istringstream stream(console);
@@ -81,7 +81,7 @@ std::optional<double> finiteNumber(const json& value) {
     return value.is_null() ? std::nullopt : std::optional(value.get<double>());
 }
 
-/// One query. Relative paths, also those in the list, start at the current folder.
+/// Runs one query. Relative paths start at the current folder, those in the list, too.
 Result search(const std::string& program, const std::string& fileList, const std::string& query,
               const std::string& output, const std::string& method = "adaptive",
               const std::vector<std::string>& options = {}) {
@@ -97,7 +97,7 @@ Result search(const std::string& program, const std::string& fileList, const std
     child.wait();
     const std::vector<std::string> lines = linesOf(validUtf8(console));
     if (child.exit_code() != 0) {
-        // -1 is seen as 255 on Linux.
+        // -1 is 255 on Linux.
         throw SearchFailed(child.exit_code() == -1 ? 255 : child.exit_code(),
                            lines.empty() ? "" : behind("exception: ", lines.back()));
     }

@@ -3,7 +3,7 @@
 
     caller.py PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
 
-PROGRAM is a path, or a name to be found through PATH.
+PROGRAM is a path, or a name that is searched for in PATH.
 """
 import json
 import subprocess
@@ -34,7 +34,7 @@ class Result:
 
 
 class SearchFailed(Exception):
-    """With the program's own text. Status 255 is a missing path, 1 every other failure."""
+    """A failed search, with the program's text. Status 255: a path is missing. 1: other failures."""
 
     def __init__(self, status, text):
         super().__init__(text)
@@ -42,11 +42,11 @@ class SearchFailed(Exception):
 
 
 class CannotStart(Exception):
-    """There is no such program, or it may not be run."""
+    """There is no such program, or it must not be run."""
 
 
 def search(program, file_list, query, output, method="adaptive", options=()):
-    """One query. Relative paths, also those in the list, start at the current folder."""
+    """Runs one query. Relative paths start at the current folder, those in the list, too."""
     try:
         ended = subprocess.run(
             [program, "/filelist", file_list, "/encode", query, "/output", output,
@@ -54,11 +54,11 @@ def search(program, file_list, query, output, method="adaptive", options=()):
             stdout=subprocess.PIPE, check=False)
     except OSError as error:
         raise CannotStart from error
-    # The console may hold raw bytes of a broken file, and may end without a line feed.
+    # The console can have raw bytes of a broken file, and can end without a line feed.
     console = ended.stdout.decode("utf-8", errors="replace").replace("\r\n", "\n")
     lines = console.rstrip("\n").split("\n")
     if ended.returncode != 0:
-        # -1 is seen as 255 on Linux and as 4294967295 on Windows.
+        # -1 is 255 on Linux and 4294967295 on Windows.
         status = 255 if ended.returncode == 4294967295 else ended.returncode
         raise SearchFailed(status, lines[-1].removeprefix("exception: "))
 

@@ -29,7 +29,7 @@ _quillon_tools() {
     elif [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$word")
     else
-        compopt -o filenames 2>/dev/null # quotes what needs it; refused outside of a completion
+        compopt -o filenames 2>/dev/null # quotes special characters; fails outside a completion
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
     fi
 }

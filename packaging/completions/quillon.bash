@@ -1,5 +1,5 @@
-# Completion of Quillon's command line for bash. An option's name begins with a slash, as a path does,
-# so what is offered hangs on whether the word is an option's value, told as the program tells it.
+# Completion of Quillon's command line for bash. Option names begin with a slash, as paths do. So it
+# first finds out, as the program does, whether the word is the value of an option.
 
 _quillon() {
     local option i
@@ -12,15 +12,15 @@ _quillon() {
                 ;;
         esac
     done
-    # An option whose value lies before this word is done with.
+    # An option whose value is before this word does not matter.
     ((i > COMP_CWORD)) || option=
 
     local word=${COMP_WORDS[COMP_CWORD]} extension
     COMPREPLY=()
     case $option in
         /filelist | /encode | /output)
-            compopt -o filenames 2>/dev/null # quotes what needs it; refused outside of a completion
-            # Without the quotes typed so far; the shell puts its own.
+            compopt -o filenames 2>/dev/null # quotes special characters; fails outside a completion
+            # Without the quotes typed so far. The shell adds its own.
             word=${word#[\"\']}
             word=${word//\\/}
             mapfile -t COMPREPLY < <(

@@ -6,14 +6,14 @@ end
 
 set -l value '__quillon_follows /filelist /encode /output /method /topk /min'
 complete -c quillon -f
-complete -c quillon -n "not $value" -a /filelist -d 'The library, a list of encodings files'
+complete -c quillon -n "not $value" -a /filelist -d 'The block library, a list of encodings files'
 complete -c quillon -n "not $value" -a /encode -d 'The query block'
 complete -c quillon -n "not $value" -a /output -d 'The result document'
 complete -c quillon -n "not $value" -a /method -d 'How to rank'
-complete -c quillon -n "not $value" -a /topk -d 'How many hits at most'
+complete -c quillon -n "not $value" -a /topk -d 'The largest number of hits'
 complete -c quillon -n "not $value" -a /min -d 'The threshold'
-complete -c quillon -n "not $value" -a /no-dedup -d 'Keep blocks whose code was seen already'
-complete -c quillon -n "not $value" -a /no-parallel-load -d 'Read the encodings files one at a time'
+complete -c quillon -n "not $value" -a /no-dedup -d 'Search duplicates as well'
+complete -c quillon -n "not $value" -a /no-parallel-load -d 'Read the encodings files one after the other'
 complete -c quillon -n "not $value" -a /pretty -d 'Indent a JSON result'
 complete -c quillon -n '__quillon_follows /method' -a 'adaptive shape text simple'
 complete -c quillon -n '__quillon_follows /filelist /encode /output' -a "(

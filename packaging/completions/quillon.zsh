@@ -3,14 +3,14 @@
 
 local -a names
 names=(
-    '/filelist:the library, a list of encodings files'
+    '/filelist:the block library, a list of encodings files'
     '/encode:the query block'
     '/output:the result document'
     '/method:how to rank'
-    '/topk:how many hits at most'
+    '/topk:the largest number of hits'
     '/min:the threshold'
-    '/no-dedup:keep blocks whose code was seen already'
-    '/no-parallel-load:read the encodings files one at a time'
+    '/no-dedup:search duplicates as well'
+    '/no-parallel-load:read the encodings files one after the other'
     '/pretty:indent a JSON result'
 )
 case $words[CURRENT-1] in

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-/// The member that tells where a drawing is: its name and its text.
+/// Returns name and value of the member that names a drawing.
 std::pair<std::string, std::string> drawingMember(const std::filesystem::path& encodingsPath) {
     if (utf8FromPath(encodingsPath).find(metadataMarker) != std::string::npos) {
         return {"dwgPath", utf8FromPath(resolveDrawingPath(encodingsPath))};
@@ -32,9 +32,9 @@ std::filesystem::path resolveDrawingPath(const std::filesystem::path& encodingsP
 
 json buildResultDocument(const std::vector<SearchResult>& hits,
                          const std::vector<BlockRecord>& records, const LoadCounters& counters) {
-    // Member by member, each container made as such: an initialiser list makes arrays first, which
-    // can't be let go of without memory, and a null that turns into a container is neither of both
-    // when memory is refused.
+    // Containers are made explicitly, member by member. For an initialiser list nlohmann json first
+    // makes arrays, and needs memory to free them. A null that becomes a container is left invalid
+    // when the allocation fails.
     JsonTree document(json::object());
     json& stats = document.root["stats"] = json::object();
     stats["failedDrawings"] = counters.failedDrawings;
@@ -44,7 +44,7 @@ json buildResultDocument(const std::vector<SearchResult>& hits,
     stats["uniqueBlocks"] = counters.uniqueBlocks;
 
     json& blocks = document.root["blocks"];
-    // Many hits come from few drawings, and a path takes longer to resolve than all else of a hit.
+    // Many hits come from few drawings, and resolving a path takes longer than the rest of a hit.
     std::unordered_map<const std::filesystem::path*, std::pair<std::string, std::string>> drawings;
     for (const SearchResult& hit : hits) {
         if (hit.index >= static_cast<std::int64_t>(records.size())) {

@@ -10,18 +10,19 @@
 
 namespace quillon {
 
-/// An object with `blocks`, one object a hit in the order of `hits` (null, not an empty array, when
-/// there is none), and `stats`. A hit whose index is past the records is passed over; indexes must
-/// not be negative. Counters are unsigned, `index` signed, the three floats widened to 64 bits.
-/// A hit's drawing is its `dwgPath` when the path of its encodings file contains ".blocksMetadata",
-/// otherwise its `dwgPathHash`, the name of the directory that holds that file.
+/// Returns an object with `blocks` and `stats`. `blocks` has one object for each hit, in the order
+/// of `hits`; without hits it is null, not an empty array. A hit whose index is past the records is
+/// skipped; indexes must not be negative. Counters are unsigned, `index` is signed, and the three
+/// floats are widened to 64 bits. A hit has `dwgPath` if the path of its encodings file contains
+/// ".blocksMetadata", otherwise `dwgPathHash`, the name of the file's directory.
 nlohmann::json buildResultDocument(const std::vector<SearchResult>& hits,
                                    const std::vector<BlockRecord>& records,
                                    const LoadCounters& counters);
 
-/// The drawing of a metadata tree: R/D for R/.blocksMetadata/X/D/F, by depth and directory name
-/// alone, absolute and without "." and "..". The file system is not asked whether anything exists.
-/// Throws std::filesystem::filesystem_error when the current directory is unknown.
+/// Returns the drawing of an encodings file in a metadata tree: R/D for R/.blocksMetadata/X/D/F,
+/// absolute and without "." and "..". Uses the depth and the directory's name alone, and does not
+/// check whether the drawing exists. Throws std::filesystem::filesystem_error if the current
+/// directory is unknown.
 std::filesystem::path resolveDrawingPath(const std::filesystem::path& encodingsPath);
 
 }  // namespace quillon

@@ -1,6 +1,6 @@
-// The process entry: UTF-8 arguments, a UTF-8 locale, the one handler for exceptions and the exit
-// status, and on Windows the way of the text to a console. With shared/utf8_path.cpp the only file
-// that knows the operating system.
+// The process entry: UTF-8 arguments, a UTF-8 locale, the top-level handler for exceptions and the
+// exit status. On Windows it also writes the text to a console. One of the few files with code for
+// an operating system; CONTRIBUTING.md lists them.
 #include <algorithm>
 #include <clocale>
 #include <exception>
@@ -21,7 +21,7 @@
 
 namespace {
 
-/// `toUtf8` turns a value of the system's into an argument.
+/// Runs the tool and returns the exit status. `toUtf8` converts an argument of the system.
 template <class Value, class ToUtf8>
 int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
     try {
@@ -40,7 +40,7 @@ int runGuarded(int count, Value** values, const ToUtf8& toUtf8) {
 
 namespace {
 
-/// Appends the UTF-8 form of `character`, which may also be a surrogate: that becomes three bytes.
+/// Appends the UTF-8 form of `character`. A surrogate becomes three bytes.
 void appendUtf8(std::string& text, char32_t character) {
     const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
     const auto appendSixBits = [&](unsigned shift) {
@@ -63,8 +63,8 @@ void appendUtf8(std::string& text, char32_t character) {
     appendSixBits(0);
 }
 
-/// An argument in UTF-8. The system lets half a surrogate pair pass, as in a broken file name. It
-/// becomes three bytes, which are not valid UTF-8, so that every argument has a text.
+/// Returns an argument in UTF-8. Windows permits half a surrogate pair, for example in a broken
+/// file name. It becomes three bytes, which are not valid UTF-8, so the conversion never fails.
 std::string utf8Argument(const wchar_t* units) {
     std::string text;
     for (; *units != L'\0'; ++units) {
@@ -78,11 +78,10 @@ std::string utf8Argument(const wchar_t* units) {
     return text;
 }
 
-/// Writes the standard output to the console, line by line, while it lives. The C run-time would
-/// write each byte by itself, and a console shows the bytes of one character wrongly when they come
-/// one by one. It is given UTF-16, because then its code page does not matter. Output that goes
-/// into a file or a pipe is left as it is. Allocates no memory, so that a failure for lack of it is
-/// shown.
+/// While it exists, writes the standard output to the console in whole lines. The C run-time would
+/// write single bytes, and a console shows a character wrongly when its bytes come one at a time.
+/// The lines are UTF-16, so the code page of the console does not matter. Output into a file or a
+/// pipe is not changed. Allocates no memory, so that `std::bad_alloc` can be reported.
 class ConsoleLines : std::streambuf {
   public:
     ConsoleLines() {
@@ -114,7 +113,7 @@ class ConsoleLines : std::streambuf {
         return traits_type::not_eof(byte);
     }
 
-    /// Long lines are written in pieces that end where a character ends.
+    /// Writes long lines in pieces that end at the end of a character.
     void append(char byte) {
         const bool startsCharacter = (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
         if (length + (startsCharacter ? 4 : 0) >= line.size()) {
@@ -149,8 +148,8 @@ int wmain(int count, wchar_t** values) {
 #else
 
 int main(int count, char** values) {
-    // The system's own UTF-8 locale for characters. In everything else the C locale stays, whose
-    // decimal separator is the point whatever the user's language.
+    // The system's UTF-8 locale, for characters only. All else stays in the C locale, whose decimal
+    // separator is the point in every language.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     return runGuarded(count, values, [](const char* value) { return std::string(value); });
 }

@@ -14,8 +14,8 @@
 namespace quillon {
 namespace {
 
-// std::stoi and std::stof word their failures differently on every standard library, and `long`
-// has 64 bits on some platforms, so both texts and the 32-bit range are settled here.
+// std::stoi and std::stof have different failure texts in every standard library, and `long` has 64
+// bits on some platforms. So the texts and the 32-bit range are defined here.
 std::int32_t parseInt32(const std::string& text) {
     errno = 0;
     char* end = nullptr;

@@ -1,4 +1,4 @@
-// The command line: a plain walk over the tokens with a fixed table of nine options.
+// The command line: nine options, read from the first token to the last.
 #pragma once
 
 #include <cstdint>
@@ -22,12 +22,12 @@ struct RunOptions {
     QueryType queryType = QueryType::NotChosen;
 };
 
-/// Overwrites in `options` what the command line names. Element 0 is the program's own name;
-/// arguments are UTF-8; unknown tokens are skipped, a later occurrence of an option wins, and a
-/// value option as the last token has the empty string as its value.
-/// Returns false, with the reason printed, when one of the three required paths is empty.
-/// Throws std::invalid_argument ("invalid stoi argument", "invalid stof argument", a method that
-/// does not exist) and std::out_of_range ("stoi argument out of range", "stof ...").
+/// Overwrites the fields of `options` that the command line names. `arguments` are UTF-8, element 0
+/// is the program's name. Unknown tokens are skipped, and the last occurrence of an option counts.
+/// An option whose value is missing at the end has the empty string as its value.
+/// Prints the reason and returns false if one of the three required paths is empty.
+/// Throws std::invalid_argument ("invalid stoi argument", "invalid stof argument", "... is not a
+/// valid query type") and std::out_of_range ("stoi argument out of range", "stof ...").
 bool parseArguments(const std::vector<std::string>& arguments, RunOptions& options);
 
 }  // namespace quillon

@@ -18,8 +18,8 @@
 namespace quillon {
 namespace {
 
-// ByShape has a limit of its own, squared distances below 0.8, which for vectors of length 1 is a
-// cosine above 0.6; "/min" is meant for the other methods.
+// ByShape ignores "/min". Its limit is a squared distance of 0.8, which is a cosine of 0.6 for
+// vectors of length 1.
 constexpr float byShapeThreshold = 0.2F;
 
 using Clock = std::chrono::steady_clock;

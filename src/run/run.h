@@ -12,14 +12,15 @@
 
 namespace quillon {
 
-/// `arguments` are UTF-8, element 0 being the program's own name. Returns 0, or -1 when a required
-/// path is missing; fails by throwing. The result file is touched only after everything else has
-/// succeeded. Stages run one after the other on the calling thread.
+/// Runs the tool and returns the exit status: 0, or -1 if a required path is missing. Throws for
+/// all other failures. `arguments` are UTF-8, element 0 is the program's name. The stages run one
+/// after the other on the calling thread. The result file is opened only after the search has
+/// succeeded.
 int run(const std::vector<std::string>& arguments);
 
-/// The hits of one method. `minThreshold` is the effective one, k at most the library's row count.
-/// Throws std::invalid_argument ("invalid query type") for a type that is no method, and what the
-/// methods throw.
+/// Returns the hits of one method. `minThreshold` is the threshold to use, k is at most the number
+/// of library rows. Throws std::invalid_argument ("invalid query type") if `type` is not a method,
+/// and the exceptions of the methods.
 std::vector<SearchResult> searchLibrary(QueryType type, std::uint32_t k, const QueryBlock& query,
                                         const BlockLibrary& library, float minThreshold);
 

@@ -23,7 +23,7 @@
 namespace quillon {
 namespace {
 
-/// Which rows become hits, and what every hit tells of the query.
+/// The hits so far, and what decides on the next one.
 struct HitList {
     std::uint32_t k;  // 0 for no limit
     float minThreshold;
@@ -32,12 +32,12 @@ struct HitList {
     std::array<float, 2> queryWeights;
     std::vector<SearchResult>& hits;
 
-    /// False for the query and its twins.
+    /// False for the query and query twins.
     bool mayBeHit(Row row) const {
         return row != 0 && !equalsQuery(shapeMatrix, row - 1, queryShape);
     }
 
-    /// Appends the row if it is a hit. False when no row of this score or a lower one can be.
+    /// Appends the row if it is a hit. False if no row of an equal or lower score can follow.
     bool add(Row row, float score) {
         if (!mayBeHit(row)) {
             return true;
@@ -74,8 +74,8 @@ ValuesOf similaritiesOfQuery(ListMemo& memo, const ListedRow& query,
     };
 }
 
-/// Few rows are walked in the order in which an insertion sort leaves all their scores.
-void walkFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) {
+/// Visits all rows from the best score on, in the order of an insertion sort.
+void addFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) {
     Rows rows(rowCount);
     std::iota(rows.begin(), rows.end(), 0);
     const std::vector<float> scores = scoresOf(rows);
@@ -84,10 +84,9 @@ void walkFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) 
                 [&](std::size_t row) { return list.add(rows[row], scores[row]); });
 }
 
-/// Walks the rows of score 0, the higher first: those that `scores`, by row, has nothing about.
-/// Whether such a row has the score 0 or NaN, its weights tell.
-void walkRowsOfNoScore(ListMemo& memo, std::span<const float> scores, bool haveVotes,
-                       HitList& list) {
+/// Visits the rows with `scores` of 0, the higher row first. Only rows with computed scores have
+/// others. The weights of a row show whether its score is 0 or NaN.
+void addRowsOfScore0(ListMemo& memo, std::span<const float> scores, bool haveVotes, HitList& list) {
     std::size_t batchRows = 32;
     for (auto next = static_cast<Row>(scores.size()); next > 0; batchRows *= 2) {
         Rows batch;
@@ -105,9 +104,9 @@ void walkRowsOfNoScore(ListMemo& memo, std::span<const float> scores, bool haveV
     }
 }
 
-/// Walks rows from the best score on, among equal ones the higher first. Scores that are not a
-/// number come last.
-void walkBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, HitList& list) {
+/// Visits rows from the best score on, among equal ones the higher row first. Rows with NaN scores
+/// come last.
+void addBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, HitList& list) {
     std::vector<float> scores(memo[0].rows.rowCount, 0.0F);
     for (const RowValue& row : best) {
         scores[row.row] = row.value;
@@ -119,7 +118,7 @@ void walkBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, Hi
     if (std::all_of(best.begin(), best.end(),
                     [&](const RowValue& row) { return list.add(row.row, row.value); }) &&
         0.0F >= list.minThreshold) {
-        walkRowsOfNoScore(memo, scores, haveVotes, list);
+        addRowsOfScore0(memo, scores, haveVotes, list);
     }
 }
 
@@ -159,7 +158,7 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
         return refinedScores(votes, listedRows(memo, rows));
     };
     if (rowCount <= insertionSorted) {
-        walkFewRows(scoresOf, rowCount, list);
+        addFewRows(scoresOf, rowCount, list);
         return;
     }
     const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, votes.neighbours);
@@ -167,7 +166,7 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
     std::erase_if(candidates, [&](const RowValue& candidate) {
         return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
     });
-    walkBestRows(memo, bestValues(std::move(candidates), k, scoresOf), !neighbours.empty(), list);
+    addBestRows(memo, bestValues(std::move(candidates), k, scoresOf), !neighbours.empty(), list);
 }
 
 }  // namespace quillon

@@ -11,13 +11,13 @@ constexpr std::size_t vectorLanes = 8;
 constexpr std::size_t vectorLanes = 4;
 #endif
 constexpr std::size_t vectorsPerPack = packSize / vectorLanes;
-/// As many rows at a time as there are registers for their sums.
+/// The number of rows whose sums fit into the registers.
 constexpr std::size_t groupRows = vectorsPerPack <= 2 ? tileRows : tileRows / 2;
 
-/// Elements between two looks at the limits: a look takes as long as some three elements.
-constexpr std::size_t elementsBetweenLooks = 32;
+/// Elements between two checks of the limits. A check takes as long as some three elements.
+constexpr std::size_t elementsBetweenChecks = 32;
 
-// As narrow as the processor's registers, since compilers keep wider vectors in memory.
+// As wide as the processor's registers, because compilers keep wider vectors in memory.
 using Vector [[gnu::vector_size(vectorLanes * sizeof(float))]] = float;
 using Mask [[gnu::vector_size(vectorLanes * sizeof(int))]] = int;
 
@@ -32,9 +32,10 @@ bool isAnySet(const Mask& mask) {
 void sumRows(const Vector* pack, std::size_t width, const float* const* rows,
              const Vector* laneLimits, const float* rowLimits, Vector* sums) {
     Vector sum[groupRows][vectorsPerPack] = {};
-    for (std::size_t begin = 0; begin < width; begin += elementsBetweenLooks) {
+    for (std::size_t begin = 0; begin < width; begin += elementsBetweenChecks) {
         const std::size_t rest = width - begin;
-        const std::size_t end = begin + (rest < elementsBetweenLooks ? rest : elementsBetweenLooks);
+        const std::size_t end =
+            begin + (rest < elementsBetweenChecks ? rest : elementsBetweenChecks);
         for (std::size_t i = begin; i < end; ++i) {
             for (std::size_t v = 0; v < vectorsPerPack; ++v) {
                 const Vector packed = pack[i * vectorsPerPack + v];

@@ -1,14 +1,14 @@
-// The inner loop of packed_distances.h, compiled once for each instruction set. Only pointers cross
-// this border: an inline function of the standard library that was compiled here for a new
-// processor could be the one that the linker keeps for all.
+// The inner loop of packed_distances.h, compiled once for each instruction set. Its arguments are
+// plain pointers: of an inline function that is compiled here for a new processor, the linker could
+// keep this version for the whole program.
 #pragma once
 
 #include <cstddef>
 
 namespace quillon {
 
-/// 16 vectors fill the widest registers that processors have. Four others beside them use all
-/// registers that are left for sums.
+/// 16 floats fill the widest registers of today's processors. The sums of four other rows fill the
+/// registers that are left.
 inline constexpr std::size_t packSize = 16;
 inline constexpr std::size_t tileRows = 4;
 
@@ -17,11 +17,10 @@ inline constexpr std::size_t tileRows = 4;
 /// `pack`, `laneLimits` (16) and `distances` are aligned to 64 bytes. No limit is NaN.
 ///
 /// The limit of a pair is the greater one of its lane's and its row's. A distance below its limit
-/// is the number that `forEachDistance` gives, to the bit: the sum runs over the elements in their
-/// order, and each difference, square and sum is rounded to 32 bits, in every lane alike. A
-/// distance that is not below its limit may be any other number that is not below it either, or
-/// NaN: a sum of squares never falls, so a tile is left as soon as none of its sums is below its
-/// limit.
+/// equals that of `forEachDistance`, to the bit: each lane sums over the elements in their order,
+/// and rounds each difference, square and sum to 32 bits. Instead of a distance that is not below
+/// its limit, the kernel may write any number that is not below the limit, or NaN. Sums of squares
+/// never fall, so the kernel stops when no sum of the tile is below its limit.
 using MeasureTile = void(const float* pack, std::size_t width, const float* const* rows,
                          const float* laneLimits, const float* rowLimits, float* distances);
 

@@ -19,7 +19,7 @@ VectorPack packVectors(std::span<const float* const> vectors, std::size_t width)
 }
 
 std::span<const DistanceKernel> runnableKernels() {
-    // Each needs all that the kernels before it need.
+    // Each needs the instruction sets of all kernels before it.
     static constexpr std::array kernels{
         DistanceKernel{"baseline", measureTileBaseline},
 #ifdef QUILLON_X86_KERNELS

@@ -1,5 +1,5 @@
 // Exact distances of many pairs of vectors at once: of 16 packed vectors to four others. Adaptive
-// makes nearly all of its distances here; squared_distances.h measures one vector against others.
+// computes its distances here. squared_distances.h has those of one vector to others.
 #pragma once
 
 #include <array>
@@ -19,7 +19,7 @@ struct alignas(64) PackedElement {
 /// D elements: vector l of the pack is `pack[0].lanes[l]`, `pack[1].lanes[l]` and so on.
 using VectorPack = std::vector<PackedElement>;
 
-/// Packs 1 to 16 `vectors` of `width` elements; the last one also fills the lanes left over.
+/// Packs 1 to 16 `vectors` of `width` elements. Copies of the last one fill the other lanes.
 VectorPack packVectors(std::span<const float* const> vectors, std::size_t width);
 
 /// A kernel for one of the processor's instruction sets. All give the same distances.
@@ -28,7 +28,7 @@ struct DistanceKernel {
     MeasureTile* measureTile = nullptr;
 };
 
-/// Those that this processor can run, the fastest last; at least one.
+/// Returns the kernels that this processor can run, the fastest last; at least one.
 std::span<const DistanceKernel> runnableKernels();
 
 }  // namespace quillon

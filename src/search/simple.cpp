@@ -10,10 +10,10 @@ namespace quillon {
 void searchSimple(std::uint32_t k, const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
                   const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits) {
-    // Enough that the texts have something to choose from, few enough to look like the query.
+    // Enough for the texts to choose from, few enough to look like the query.
     constexpr std::uint32_t candidatesPerHit = 5;
-    // All squared text distances below 1: vectors of length 1 up to 60 degrees apart. "/min" is
-    // meant for the shapes.
+    // Squared text distances below 1: vectors of length 1 up to 60 degrees apart. "/min" limits
+    // only the shapes.
     constexpr float textThreshold = 0.0F;
 
     checkQueryWidth(queryShape, shapeMatrix, "shape");
@@ -31,8 +31,8 @@ void searchSimple(std::uint32_t k, const FeatureMatrix& queryShape, const Featur
     searchByText(k, queryText, candidateText, textThreshold, textHits);
 
     for (const SearchResult& hit : textHits) {
-        // The position in the shape ranking is looked up as a library row, unmapped: callers rely
-        // on lists with this gap. True twins of the query left in the shape search already.
+        // The position in the shape ranking is used as a library row, unmapped: callers rely on
+        // lists with this gap. searchByShape has left out the real query twins.
         const auto position = static_cast<std::size_t>(hit.index);
         if (!equalsQuery(shapeMatrix, position, queryShape)) {
             hits.push_back({shapeHits[position].index, shapeHits[position].distOrScore});

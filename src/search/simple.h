@@ -1,4 +1,4 @@
-// Simple: the shape side proposes candidates, the text side orders them.
+// Simple: candidates by shape, hits in the order of their text distances.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +9,11 @@
 
 namespace quillon {
 
-/// Takes the hits of `searchByShape` for 5k as candidates and appends to `hits` those of the k of
-/// them nearest to the query by text whose squared text distance is below 1, nearest text first;
+/// Takes the hits of `searchByShape` for 5k as candidates. Appends those of the k nearest to the
+/// query by text whose squared text distance is below 1, nearest text first, ties by shape rank.
 /// `distOrScore` is the shape distance. The candidate at position L of the shape ranking is left
-/// out when library row L has the query's shape vector. Throws as `searchByShape` and
-/// `searchByText` do, both widths tested before anything else. Runs on the calling thread.
+/// out when library row L is a query twin. Shapes of the arguments, exceptions and threads are
+/// those of `searchByShape` and `searchByText`; both widths are checked before anything else.
 void searchSimple(std::uint32_t k, const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
                   const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
                   float minThreshold, std::vector<SearchResult>& hits);

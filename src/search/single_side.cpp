@@ -14,7 +14,7 @@
 namespace quillon {
 namespace {
 
-/// Callers know this text, which names the library that rejected k = 0 in earlier versions.
+/// Callers compare this text, which is that of faiss 1.7.3 for k = 0.
 constexpr const char* zeroHitsFailure =
     "Error in virtual void faiss::IndexFlat::search(faiss::Index::idx_t, const float*, "
     "faiss::Index::idx_t, float*, faiss::Index::idx_t*, const faiss::SearchParameters*) const at "

@@ -10,12 +10,12 @@
 namespace quillon {
 
 /// Appends to `hits` those of the k library rows nearest to row 0 of `queryShape` whose squared L2
-/// distance is below 1 - `minThreshold`, in ascending (distance, row number). A query twin is left
-/// out, its place in the k not refilled. Rows whose distance is not below the largest float are
-/// never hits. `queryShape` 1 × D, `shapeMatrix` N × 512. Throws std::invalid_argument for D < 512,
-/// before anything else, and std::runtime_error for k = 0; a wider query is searched by its first
-/// columns, and then no row is its twin. Large libraries are measured on several threads, which
-/// changes no hit.
+/// distance is below 1 - `minThreshold`, in ascending (distance, row number). Query twins are left
+/// out after the k are chosen, so there can be fewer hits. A row whose distance is NaN or not below
+/// the largest float is no hit. `queryShape` 1 × D, `shapeMatrix` N × 512. Throws
+/// std::invalid_argument for D < 512, before anything else, and std::runtime_error for k = 0. Of a
+/// wider query only the first 512 columns are used, and it has no twins. Large libraries are
+/// measured on several threads, which changes no hit.
 void searchByShape(std::uint32_t k, const FeatureMatrix& queryShape,
                    const FeatureMatrix& shapeMatrix, float minThreshold,
                    std::vector<SearchResult>& hits);

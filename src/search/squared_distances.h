@@ -8,10 +8,10 @@
 namespace quillon {
 
 /// Calls `visit(i, distance)` for `i` from 0 to `count` - 1, in this order, with the squared L2
-/// distance of `vector` to `vectorAt(i)`, `width` elements each: the direct sum of squared
-/// differences, element by element in their order, each step rounded to 32 bits. That is the number
-/// that ByShape and ByText report. It depends on the two vectors alone: symmetric, 0 for identical
-/// finite vectors, the same on every processor and whatever the other vectors are.
+/// distance of `vector` to `vectorAt(i)`, `width` elements each: the sum of squared differences in
+/// the order of the elements, each step rounded to 32 bits. ByShape and ByText report this number.
+/// It depends on the two vectors alone: symmetric, 0 for identical finite vectors, the same on
+/// every processor and for any other vectors beside them.
 template <class VectorAt, class Visit>
 void forEachDistance(const float* vector, std::size_t width, std::size_t count,
                      const VectorAt& vectorAt, const Visit& visit) {

@@ -1,5 +1,5 @@
-// The result document: its exact form and number kinds, the fields of a block key, and where a
-// drawing is said to be.
+// The result document: its exact form and number types, the fields of a block key, and the names of
+// drawings.
 #include "output/result_document.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 #include "shared/utf8_path.h"
 #include "support/temp_folder.h"
 
-namespace quillon {
+namespace quillon::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -23,7 +23,7 @@ BlockRecord record(const std::string& path, const std::string& key) {
     return {std::make_shared<const fs::path>(pathFromUtf8(path)), key};
 }
 
-/// The one hit object for a block with this path and key.
+/// Returns the only hit of a result for a block with this path and key.
 json hitFor(const std::string& path, const std::string& key) {
     const json document = buildResultDocument({{0, 0.5F}}, {record(path, key)}, {});
     EXPECT_EQ(document.at("blocks").size(), 1U);
@@ -62,7 +62,7 @@ TEST(BuildResultDocument, HasNullBlocksWithoutAHit) {
               R"("totalDrawings":2,"uniqueBlocks":4}})");
 }
 
-TEST(BuildResultDocument, PassesOverHitsBeyondTheRecordsButCountsThem) {
+TEST(BuildResultDocument, SkipsHitsPastTheRecordsButCountsThem) {
     const std::vector<BlockRecord> records{record("/a/e.json", "n0*c*h"),
                                            record("/a/e.json", "n1*c*h")};
     const std::int64_t huge = std::numeric_limits<std::int64_t>::max();
@@ -120,13 +120,13 @@ TEST(BuildResultDocument, SplitsTheBlockKey) {
     }
 }
 
-/// A path from the root on, in the system's own writing: on Windows with the current drive and the
-/// separators there.
+/// Returns an absolute path in the form of the system, on Windows with the current drive and with
+/// backslashes.
 std::string ownWriting(const char* path) {
     return utf8FromPath(fs::absolute(pathFromUtf8(path)).make_preferred());
 }
 
-TEST(BuildResultDocument, TellsWhereTheDrawingIs) {
+TEST(BuildResultDocument, NamesTheDrawing) {
     const struct {
         const char* encodingsPath;
         const char* member;
@@ -139,7 +139,7 @@ TEST(BuildResultDocument, TellsWhereTheDrawingIs) {
         {"Türen/encodings.json", "dwgPathHash", "Türen"},
         {"/encodings.json", "dwgPathHash", ""},
         {"encodings.json", "dwgPathHash", ""},
-        // The marker counts wherever it stands, in this letter case only.
+        // The marker counts at any place in the path, in this letter case only.
         {"/a/b/c/d/x.blocksMetadata.json", "dwgPath", "/a/d"},
         {"/r/my.blocksMetadata.old/4e/door.dwg/e.json", "dwgPath", "/r/door.dwg"},
         {"/r/.BlocksMetadata/4e/door.dwg/e.json", "dwgPathHash", "door.dwg"},
@@ -154,7 +154,7 @@ TEST(BuildResultDocument, TellsWhereTheDrawingIs) {
     }
 }
 
-TEST(BuildResultDocument, CarriesNumbersThatAreNotFinite) {
+TEST(BuildResultDocument, KeepsNumbersThatAreNotFinite) {
     const float infinity = std::numeric_limits<float>::infinity();
     const json document =
         buildResultDocument({{0, std::numeric_limits<float>::quiet_NaN(), infinity, -infinity}},
@@ -167,17 +167,17 @@ TEST(BuildResultDocument, CarriesNumbersThatAreNotFinite) {
                           R"("index":0,"name":"n","shapeWeight":null,"textWeight":null})");
 }
 
-TEST(ResolveDrawingPath, GoesByDepthAndDirectoryNameAlone) {
+TEST(ResolveDrawingPath, UsesDepthAndDirectoryNameAlone) {
     const struct {
         const char* encodingsPath;
         const char* drawing;
     } cases[] = {
         {"/R/.blocksMetadata/X/D/F", "/R/D"},
         {"/R/S/anything/X/D/F", "/R/S/D"},
-        // at the wrong depth
+        // at another depth
         {"/q/R/.blocksMetadata/D/F", "/q/D"},
         {"/q/R/.blocksMetadata/X/Y/D/F", "/q/R/.blocksMetadata/D"},
-        // fewer levels than it takes: the path stops at the root
+        // fewer than four levels: the path ends at the root
         {"/.blocksMetadata/D/F", "/D"},
         {"/D/F", "/D"},
         {"/F", "/"},
@@ -191,7 +191,7 @@ TEST(ResolveDrawingPath, GoesByDepthAndDirectoryNameAlone) {
     }
 }
 
-TEST(ResolveDrawingPath, AnchorsARelativePathAtTheCurrentDirectory) {
+TEST(ResolveDrawingPath, ResolvesARelativePathFromTheCurrentDirectory) {
     const fs::path here = fs::current_path();
     EXPECT_EQ(resolveDrawingPath("R/.blocksMetadata/X/D/F"), here / "R" / "D");
     EXPECT_EQ(resolveDrawingPath(".blocksMetadata/X/D/F"), here / "D");
@@ -201,7 +201,7 @@ TEST(ResolveDrawingPath, AnchorsARelativePathAtTheCurrentDirectory) {
 
 #ifdef _WIN32
 
-TEST(ResolveDrawingPath, KnowsDrivesSharesAndDevicePaths) {
+TEST(ResolveDrawingPath, AcceptsDrivesSharesAndDevicePaths) {
     const struct {
         const char* encodingsPath;
         const char* drawing;
@@ -211,7 +211,7 @@ TEST(ResolveDrawingPath, KnowsDrivesSharesAndDevicePaths) {
         {R"(C:\D\F)", R"(C:\D)"},
         {R"(\\server\share\R\.blocksMetadata\X\D\F)", R"(\\server\share\R\D)"},
         {"//server/share/R/.blocksMetadata/X/D/F", R"(\\server\share\R\D)"},
-        // The share is the root that a path stops at.
+        // The share is the root of the path.
         {R"(\\server\share\D\F)", R"(\\server\share\D)"},
         {R"(\\?\C:\R\.blocksMetadata\X\D\F)", R"(\\?\C:\R\D)"},
         {R"(\\?\UNC\server\share\R\.blocksMetadata\X\D\F)", R"(\\?\UNC\server\share\R\D)"},
@@ -240,4 +240,4 @@ TEST(ResolveDrawingPath, FailsWithoutACurrentDirectory) {
 #endif
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::test

@@ -1,4 +1,4 @@
-// The command line of the real program: what each option changes, and what a wrong one leaves.
+// The command line of the real program: the effect of each option and of mistakes.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -29,7 +29,7 @@ std::string joined(const std::vector<nlohmann::json>& names) {
     return text;
 }
 
-TEST(CommandLine, WithoutARequiredPathEndsInOneTextWithoutLineFeed) {
+TEST(CommandLine, PrintsOneTextWithoutLineFeedIfARequiredPathIsMissing) {
     struct Case {
         std::vector<std::string> arguments;
         std::string text;
@@ -50,7 +50,7 @@ TEST(CommandLine, WithoutARequiredPathEndsInOneTextWithoutLineFeed) {
     }
 }
 
-TEST(CommandLine, WithABadValueEndsBeforeTheSettings) {
+TEST(CommandLine, FailsBeforeTheSettingsForABadValue) {
     const TempFolder folder;
     writeGoodRun(folder);
     expectFailure(folder, {"/topk", "x3"}, report("invalid stoi argument"));
@@ -58,7 +58,7 @@ TEST(CommandLine, WithABadValueEndsBeforeTheSettings) {
     expectFailure(folder, {"/method", "shape "}, report("shape  is not a valid query type"));
 }
 
-TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
+TEST(CommandLine, OptionsAreInTheSettingsAndChangeTheHits) {
     struct Case {
         std::vector<std::string> arguments;
         ConsoleText console;
@@ -87,16 +87,16 @@ TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
         {{"/method", "text", "/method", "shape"}, byShape("5"), "near middle"},
         {{"/method", "shape", "/pretty", "/pretty"}, pretty, "near middle"},
         {{"/method", "shape", "/no-dedup", "/no-parallel-load"}, plain, "near middle"},
-        // The twin takes one of the places.
+        // The query twin uses one of the places.
         {{"/method", "shape", "/topk", "2"}, byShape("2"), "near"},
         {{"/method", "text", "/topk", "2"}, byText("2", "0.3"), "twin near"},
         {{"/method", "shape", "/topk", "1000"}, byShape("1000"), "near middle"},
         {{"/method", "shape", "/topk", "-1"}, byShape("4294967295"), "near middle"},
         {{"/method", "shape", "/topk", "2147483647"}, byShape("2147483647"), "near middle"},
-        // ByShape has a limit of its own.
+        // ByShape ignores the threshold.
         {{"/method", "shape", "/min", "0.9"}, byShape("5"), "near middle"},
         {{"/method", "shape", "/min", "-9"}, byShape("5"), "near middle"},
-        // A distance on the limit is too far.
+        // A distance equal to the limit is too large.
         {{"/method", "text", "/min", "0.75"}, byText("5", "0.75"), "twin near"},
         {{"/method", "text", "/min", "0"}, byText("5", "0"), "twin near middle"},
         {{"/method", "text", "/min", "-0.5"}, byText("5", "-0.5"), "twin near middle far"},
@@ -111,7 +111,7 @@ TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
         {{"/method", "text", "/min", "-1e30"},
          byText("5", "-1e+30"),
          "twin near middle far farther"},
-        // Unknown tokens, also misspelled options with their values, change nothing.
+        // Unknown tokens change nothing, also misspelled options with their values.
         {{"stray", "/Pretty", "/topk=1", "/TOPK", "1", "--", "/method", "shape", "/?", ""},
          byShape("5"),
          "near middle"},
@@ -127,8 +127,8 @@ TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
     }
 }
 
-// Adaptive divides by the number of hits asked for, so a wrong one shows in every score.
-TEST(CommandLine, AllHitsAreAsManyAsTheLibraryHasRowsWithoutDuplicates) {
+// Adaptive divides by k + 1, so a wrong k changes every score.
+TEST(CommandLine, MinusOneFindsAllRowsWithoutDuplicates) {
     std::vector<MarkedBlock> blocks;
     for (std::size_t i = 0; i < 10; ++i) {
         const auto place = static_cast<double>(i);
@@ -156,7 +156,7 @@ TEST(CommandLine, AllHitsAreAsManyAsTheLibraryHasRowsWithoutDuplicates) {
     EXPECT_EQ(hitsOf(8), hits);
 }
 
-TEST(CommandLine, NoNeighboursAskedForEndsInTheIndexsException) {
+TEST(CommandLine, TopK0FailsExceptForAdaptive) {
     const TempFolder folder;
     writeFiveBlocks(folder);
     folder.write("result.json", std::string_view("earlier"));
@@ -171,7 +171,7 @@ TEST(CommandLine, NoNeighboursAskedForEndsInTheIndexsException) {
         const std::string out = maskTimes(result.out);
         const std::string start =
             console.untilFiles(1) + ConsoleText::summary(1, 5, 5, 0) + "exception: Error in ";
-        // Between them stands the place in the index's sources.
+        // The whole text also names a source file of faiss, between these two parts.
         const std::string end = "Error: 'k > 0' failed\n";
         EXPECT_TRUE(out.starts_with(start)) << out;
         EXPECT_TRUE(out.ends_with(end)) << out;
@@ -179,7 +179,7 @@ TEST(CommandLine, NoNeighboursAskedForEndsInTheIndexsException) {
     }
 }
 
-TEST(CommandLine, PathsAreTakenAsTheyStandAndPrintedQuoted) {
+TEST(CommandLine, PathsAreUsedUnchangedAndPrintedInQuotes) {
     struct Case {
         std::string name;
         std::string printed;  // without the quotes around it
@@ -211,7 +211,7 @@ TEST(CommandLine, PathsAreTakenAsTheyStandAndPrintedQuoted) {
     }
 }
 
-TEST(CommandLine, AnOptionInThePlaceOfAValueIsThatValue) {
+TEST(CommandLine, AnOptionNameCanBeAValue) {
     const TempFolder folder;
     writeFiveBlocks(folder);
     folder.write("result.json", std::string("earlier"));
@@ -221,9 +221,8 @@ TEST(CommandLine, AnOptionInThePlaceOfAValueIsThatValue) {
                   console.untilLoad() + report("fail to open input file: /pretty"));
 }
 
-// Halves of a surrogate pair, which Windows lets pass in names, have three bytes that are not
-// UTF-8.
-TEST(CommandLine, HalvesOfASurrogatePairAreTextLikeAnyOther) {
+// Windows permits halves of a surrogate pair in names. They become three bytes that are not UTF-8.
+TEST(CommandLine, AcceptsHalvesOfASurrogatePair) {
     const TempFolder folder;
     writeGoodRun(folder);
     for (const std::string text :
@@ -245,7 +244,7 @@ TEST(CommandLine, HalvesOfASurrogatePairAreTextLikeAnyOther) {
 
 #ifdef _WIN32
 
-TEST(CommandLine, HalvesOfASurrogatePairNameNoResultFile) {
+TEST(CommandLine, OpensNoResultWithHalfASurrogatePairInItsName) {
     const TempFolder folder;
     writeGoodRun(folder);
     const std::string name = "\xED\xA0\xBD.json";

@@ -1,5 +1,5 @@
-// Whole runs that succeed: the console text, the status and the result document, byte for byte.
-// Vectors hold small integers and binary fractions, so distances are exact on every machine.
+// Whole runs that succeed: console text, status and result document, byte for byte. Vectors have
+// small integers and binary fractions, so distances are exact on every machine.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -89,7 +89,7 @@ TEST(ConsoleRun, DuplicatesAreDroppedByCodeInListOrder) {
     const TempFolder folder;
     writeQueryAndList(folder, {"b.json", "a.json", "b.json"});
     folder.write("a.json", encodings({{"first of a*X*1", 1.25}, {"second of a*Y*2", 1.25}}));
-    // A block with the handle 0 comes last in its drawing, and only the last of them comes at all.
+    // A block with the handle 0 comes last in its drawing. Only the last such block is kept.
     folder.write("b.json", encodings({{"lost*L*0", 1.25},
                                       {"drawing b*Z*0", 1.5},
                                       {"second of b*X*5", 1.5},
@@ -158,13 +158,13 @@ TEST(ConsoleRun, DrawingsOfAMetadataTreeAreNamedByTheirPath) {
         EXPECT_EQ(blocks[1].at("dwgPathHash"), "椅子.dwg");
         EXPECT_FALSE(blocks[1].contains("dwgPath"));
         EXPECT_EQ(blocks[2].at("dwgPathHash"), "other case");
-        // By depth alone: four levels up from the file.
+        // Always four levels up from the file.
         const std::filesystem::path above = root.parent_path().parent_path();
         EXPECT_EQ(blocks[3].at("dwgPath"), utf8FromPath(above / "loose"));
     }
 }
 
-TEST(ConsoleRun, BlocksWithoutGoodVectorsAreNamedAndNotCounted) {
+TEST(ConsoleRun, BlocksWithInvalidVectorsAreNamedAndNotCounted) {
     const TempFolder folder;
     writeQueryAndList(folder, {"a.json"});
     json drawing = encodings({{"short \"shape\"*1*1", 1},
@@ -204,11 +204,10 @@ json unitVector(std::size_t width, const std::vector<std::size_t>& places) {
     return vector;
 }
 
-// A vector of zeros lies equally far from all others. On both sides that leaves the block without
-// weights, and its score is not a number. In a small library the insertion sort moves only those
-// scores past it that are below all others so far. Higher ones of later blocks stay behind it,
-// which is ahead of it in the ranking, and the hits end there.
-TEST(ConsoleRun, AScoreThatIsNotANumberEndsTheHitsOfASmallLibrary) {
+// A vector of zeros is equally far from all others. With zeros on both sides, weights and score of
+// a block are NaN. In a small library the insertion sort moves only scores past the NaN that are
+// below all earlier scores. The scores after it are ranked above it, and the hits end at the NaN.
+TEST(ConsoleRun, ANanScoreEndsTheHitsOfASmallLibrary) {
     const std::vector<std::string> names{"first", "second", "third"};
     const std::vector<std::vector<std::size_t>> shapes{{0, 3, 4, 5}, {3, 4, 5, 8}, {2, 3, 5, 7}};
     const std::vector<std::vector<std::size_t>> texts{{2, 3, 5, 6}, {0, 4, 6, 8}, {1, 2, 4, 6}};
@@ -246,8 +245,8 @@ TEST(ConsoleRun, AScoreThatIsNotANumberEndsTheHitsOfASmallLibrary) {
     }
 }
 
-// The first columns are searched, and no row is the twin of a vector of another width.
-TEST(ConsoleRun, AQueryWiderThanTheLibraryIsLegal) {
+// The search uses the first columns. No row is a query twin, because the widths differ.
+TEST(ConsoleRun, AQueryCanBeWiderThanTheLibrary) {
     const TempFolder folder;
     writeQueryAndList(folder, {"a.json"});
     folder.write("a.json", encodings({{"twin*T*1", 1}}));
@@ -263,7 +262,7 @@ TEST(ConsoleRun, AQueryWiderThanTheLibraryIsLegal) {
     }
 }
 
-TEST(ConsoleRun, OnlyTheSideThatAMethodReadsMustBeThere) {
+TEST(ConsoleRun, TheQueryNeedsOnlyTheSideThatTheMethodUses) {
     const TempFolder folder;
     writeQueryAndList(folder, {"a.json"});
     folder.write("a.json", encodings({{"near*N*1", 1.25}}));

@@ -1,5 +1,5 @@
-// JSON text of arrays in arrays by the million: it is read, written and released without recursion,
-// so its depth is free. Binary documents have a limit.
+// JSON text with millions of nested arrays. It is read, written and freed without recursion, so its
+// depth has no limit. Binary documents have one.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -50,7 +50,7 @@ TEST(DeepNesting, JsonKeyTextsMayBeNestedDeeply) {
     const std::string key = deepArrays();
     const std::string shape = markedVector(512, 1.5).dump();
     const std::string text = markedVector(384, 1.5).dump();
-    // The first one is written, as the name of a block without vectors; the second must be a text.
+    // The first one is printed as the key of a block without vectors. The second must be a text.
     folder.write("deep.json", R"({"blocks":[)" + key + R"(,[[]]],"shape":[[],)" + shape +
                                   R"(],"text":[[],)" + text + "]}");
     writeList(folder, {"deep.json", "good.json"});

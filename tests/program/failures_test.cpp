@@ -1,6 +1,6 @@
-// A failure in each stage of a run: its text is the last line, the status is 1 and an earlier
-// result stays; a drawing that can't be loaded is reported and passed over. The tests of each part
-// know all the ways in which it fails.
+// One failure in each stage of a run: its text is the last line, the status is 1, and an earlier
+// result is kept. A drawing that cannot be loaded is reported and skipped. The tests of each folder
+// of src/ have all other failures.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -21,7 +21,7 @@ using nlohmann::json;
 using Words = std::vector<std::string>;
 namespace fs = std::filesystem;
 
-/// The file as query and as list ends the run with the text. As a drawing it is reported in both
+/// As query and as list, the file ends the run with the text. As a drawing, it is reported in both
 /// modes.
 void expectFailureInEveryRole(const TempFolder& folder, const std::string& name,
                               const std::string& text, const Words& launcher = {}) {
@@ -56,7 +56,7 @@ TEST(FailedRun, ReportsAFileThatMayNotBeRead) {
     fs::permissions(path, fs::perms::none);
     Words launcher;
     if (std::ifstream(path)) {
-        // Root reads whatever the permissions say, as long as it has these capabilities.
+        // With these capabilities root can read every file.
         launcher = {"setpriv", "--bounding-set=-dac_override,-dac_read_search"};
     }
     expectFailureInEveryRole(folder, "locked.json", "fail to open input file: locked.json",
@@ -82,7 +82,7 @@ TEST(FailedRun, ReportsABinaryFileNestedTooDeeply) {
     folder.write("deep.ubj", std::string(3'000'000, '['));
     expectFailureInEveryRole(folder, "deep.ubj",
                              "document nested deeper than 500 levels: deep.ubj");
-    // Strings in chunks descend before anything can be counted.
+    // Strings in chunks are nested before any value can be counted.
     folder.write("chunks.cbor", std::string(3'000'000, '\x7F'));
     expectFailureInEveryRole(folder, "chunks.cbor",
                              "document nested too deeply for 4 MiB of stack: chunks.cbor");
@@ -135,7 +135,7 @@ TEST(FailedRun, ReportsThatNothingWasLoaded) {
     }
 }
 
-/// A drawing that ends the run in parallel, and is reported one at a time.
+/// A drawing that ends a parallel load, and is reported by a sequential one.
 void expectFailureOfDrawing(const TempFolder& folder, const json& drawing, const std::string& text,
                             std::size_t loadedBlocks) {
     writeGoodRun(folder, {"bad.json", "good.json"});
@@ -157,11 +157,11 @@ TEST(FailedRun, ReportsADrawingOfAWrongStructure) {
     EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"first", "good"}));
 }
 
-// A vector that turns out not to hold numbers has its block already in the records, and nothing is
-// taken back: from there on the names stand one row too early.
+// When an element of a vector is not a number, the record of the block exists already and is kept.
+// From there on, names belong to the wrong rows.
 TEST(FailedRun, ReportsAVectorElementThatIsNoNumber) {
     const TempFolder folder;
-    // With a bad text the block's shape is in, and the good drawing's is cut off.
+    // With a bad text vector the block's shape is kept, and the last shape is cut off.
     for (const auto& [place, distance] :
          {std::pair{"/shape/1/511", 0.5625}, {"/text/1/383", 0.25}}) {
         expectFailureOfDrawing(folder, with(goodDrawing, place, "0"), noNumber("string"), 2);
@@ -199,7 +199,7 @@ TEST(FailedRun, ReportsAnOutputThatCannotBeOpened) {
     EXPECT_FALSE(fs::exists(folder.path() / "missing"));
 }
 
-// The file is emptied before its extension is looked at.
+// The file is emptied before its extension is checked.
 TEST(FailedRun, EmptiesAnOutputWithoutAKnownExtension) {
     const TempFolder folder;
     writeGoodRun(folder);

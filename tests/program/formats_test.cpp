@@ -1,5 +1,4 @@
-// The six document formats in every role, read from files that other encoders have made
-// (tests/data/make_data.py), and what the program writes in each of them.
+// The six formats for every document, read from files of other encoders (tests/data/make_data.py).
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -24,12 +23,12 @@ std::string inData(const std::string& name) {
     return utf8FromPath((data / name).make_preferred());
 }
 
-/// As JSON text and, which is the same for paths, as the console quotes it.
+/// Returns the text as JSON. The console quotes paths in the same way.
 std::string quoted(const std::string& path) {
     return json(path).dump();
 }
 
-/// Runs in a folder with "list.json" alone, the query elsewhere.
+/// Runs in a folder with only "list.json". The query is elsewhere.
 json hitsOf(const TempFolder& folder, const std::vector<std::string>& drawings,
             const std::string& query, std::vector<std::string> more) {
     writeList(folder, drawings);
@@ -44,8 +43,8 @@ json hitsOf(const TempFolder& folder, const std::vector<std::string>& drawings,
     return hits;
 }
 
-/// The text of the result of a run in the folder of the data whose documents all have one format.
-/// That folder's name is part of the drawings' paths and is taken out of them.
+/// Returns the text of a result whose documents all have one format. The name of the data's folder
+/// is removed from the drawings' paths.
 std::string realResult(const std::string& format, const LoadMode& mode, const std::string& method) {
     const TempFolder outputs;
     const std::string output = utf8FromPath(outputs.path() / "result.json");
@@ -129,7 +128,7 @@ TEST(Formats, NumbersOfEveryKindBecomeTheSameFloats) {
     for (const char* name : {"shortest.cbor", "counted.ubj", "counted.jdb"}) {
         drawings.push_back(inData(std::string("numbers/") + name));
     }
-    // Containers that state the common type of their elements once.
+    // Containers with one common type for all elements.
     const json numbers = json::parse(readBytes(data / "numbers/plain.json"));
     std::string typed;
     json::to_ubjson(numbers, typed, true, true);
@@ -139,8 +138,8 @@ TEST(Formats, NumbersOfEveryKindBecomeTheSameFloats) {
     folder.write("typed.jdb", typed);
     drawings.insert(drawings.end(), {"typed.ubj", "typed.jdb"});
 
-    // The squared lengths of the vectors after every number was rounded to 32 bits. Of the sum of
-    // thirds the order of addition is open.
+    // The squared lengths of the vectors, whose numbers are rounded to 32 bits. The sum of thirds
+    // depends on the order of addition.
     struct Expected {
         const char* name;
         float distance;
@@ -172,7 +171,7 @@ TEST(Formats, NumbersOfEveryKindBecomeTheSameFloats) {
                 EXPECT_FLOAT_EQ(hits["blocks"][i]["distOrScore"].get<float>(),
                                 expected[i].distance);
             }
-            // The last one, too large for a float, is infinitely far away.
+            // The last one is too large for a float, so its distance is infinite.
             EXPECT_EQ(hits["stats"]["uniqueBlocks"], expected.size() + 1);
         }
     }
@@ -193,7 +192,7 @@ TEST(Formats, FloatsOf32BitsAreReadAsExactlyAsThoseOf64) {
     }
 }
 
-TEST(Formats, NaNAndInfinitiesAreLoadedAndNeverFound) {
+TEST(Formats, BlocksWithNaNAndInfinitiesAreLoadedAndNotFound) {
     const TempFolder folder;
     std::vector<std::string> drawings;
     for (const char* name :
@@ -216,8 +215,7 @@ TEST(Formats, NaNAndInfinitiesAreLoadedAndNeverFound) {
     for (const LoadMode& mode : loadModes) {
         for (const std::string& drawing : drawings) {
             SCOPED_TRACE(drawing);
-            // No limit at all: what remains outside is a distance that is no number, and the places
-            // that the index can't fill.
+            // Without a limit, only NaN and infinite distances are left out.
             for (const char* threshold : {"-inf", "-1e38", "0.3"}) {
                 std::vector<std::string> arguments = mode.arguments("text");
                 arguments.insert(arguments.end(), {"/min", threshold, "/topk", "-1"});
@@ -248,7 +246,7 @@ TEST(Formats, AQueryOfNaNFindsNothing) {
     }
 }
 
-// The encoders write NaN as null, and null is no number.
+// These encoders write NaN as null, which is not a number.
 TEST(Formats, NullsInAVectorEndTheLoadOfTheDrawing) {
     const TempFolder folder;
     folder.write("query.json", queryDocument());

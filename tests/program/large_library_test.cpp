@@ -1,4 +1,4 @@
-// Libraries of many drawings and of a big one.
+// Libraries of many drawings, and of one large drawing.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -49,8 +49,8 @@ TEST(LargeLibrary, LibrariesOfThousandsOfDrawingsKeepTheListsOrder) {
     }
 }
 
-// Each of these drawings has nine bytes and is just within the limit: together they must not add
-// up.
+// Each drawing has nine bytes and nearly as many values as the limit permits. Their memory must not
+// add up.
 TEST(LargeLibrary, ManySmallDrawingsTakeNoGigabytes) {
     using namespace std::string_literals;
     const TempFolder folder;
@@ -82,7 +82,7 @@ TEST(LargeLibrary, ManySmallDrawingsTakeNoGigabytes) {
 }
 
 // 30,000 blocks have 58 MiB of shapes and 43 MiB of texts.
-TEST(LargeLibrary, ASearchOfOneSideHoldsTheRowsOfThatSideAlone) {
+TEST(LargeLibrary, ASearchByOneSideKeepsOnlyTheRowsOfThatSide) {
     const TempFolder folder;
     const MarkedBlock block{"block*A*1", 1.5};
     folder.write("drawing.cbor",
@@ -98,8 +98,8 @@ TEST(LargeLibrary, ASearchOfOneSideHoldsTheRowsOfThatSideAlone) {
     const std::size_t both = peakOf("simple");
 #ifdef _WIN32
     if (both == 0) {
-        // Windows keeps the peak of a program that has ended, wine does not: there is nothing to
-        // compare under wine. On any other system a peak of 0 is a mistake of the tests.
+        // wine does not keep the peak of a program that has ended, so it has nothing to compare. On
+        // every other system a peak of 0 is an error in the test.
         GTEST_SKIP() << "wine forgets the peak of a program that has ended";
     }
 #endif
@@ -112,7 +112,7 @@ TEST(LargeLibrary, ADrawingOfAHundredMegabytesIsRead) {
     constexpr std::size_t blocks = 14000;
     const TempFolder folder;
     writeQueryAndList(folder, {"big.json"});
-    // Eight characters an element, as real encodings have.
+    // Eight characters for each element, as in real encodings.
     const auto vectorText = [](std::size_t width, const std::string& first) {
         std::string text = "[" + first;
         for (std::size_t i = 1; i < width; ++i) {

@@ -1,6 +1,5 @@
-// The user's locale changes nothing but what is said of it: numbers of the command line and of the
-// documents have a point whatever the user's decimal separator is. On Windows the run-time has no
-// such locales.
+// The user's locale has no effect: the decimal separator of the command line and of documents is
+// the point. The C run-time of Windows has no such locales.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -15,8 +14,8 @@
 namespace quillon::test {
 namespace {
 
-/// Makes the German locale in the working folder and makes it the user's. Status 99 unless it has a
-/// decimal comma then.
+/// Makes the German locale in the working folder and selects it. Exits with status 99 if it has no
+/// decimal comma.
 constexpr const char* startAsGerman = R"sh(
     localedef -i de_DE -f UTF-8 ./de_DE.UTF-8 &&
         export LOCPATH="$PWD" LC_ALL=de_DE.UTF-8 &&
@@ -33,7 +32,7 @@ TEST(Locale, WithADecimalCommaChangesNoNumber) {
     expectSuccess(
         runIn(folder, {"/method", "text", "/min", "0.85"}, {"sh", "-c", startAsGerman, "sh"}),
         console.untilFiles(1) + ConsoleText::summary(1, 2, 2, 0) + ConsoleText::success());
-    // With the threshold 0 the farther one, at 0.25, would be found too.
+    // With the threshold 0 the block at 0.25 would be found, too.
     EXPECT_EQ(resultText(folder),
               R"({"blocks":[{"code":"N","distOrScore":0.0625,"dwgPathHash":"","handle":"1",)"
               R"("index":0,"name":"near","shapeWeight":0.0,"textWeight":0.0}],)"

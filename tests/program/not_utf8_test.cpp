@@ -1,5 +1,4 @@
-// Text that is not UTF-8. The readers of binary formats let it pass, and it can't be written as
-// JSON.
+// Text that is not UTF-8. The readers of binary formats accept it. It cannot be written as JSON.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -15,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Two bytes that are no UTF-8, but pass through the readers of CBOR and MessagePack.
+/// Two bytes that are not UTF-8, which the readers of CBOR and MessagePack accept.
 const std::string badText = "a\xff";
 const std::string badTextFailure = notUtf8(1);
 
@@ -35,10 +34,10 @@ TEST(NotUtf8, HitsWithTextThatIsNotUtf8EndTheWriting) {
             expectCleanEnd(result);
             EXPECT_EQ(result.status, 1);
             EXPECT_EQ(maskTimes(result.out), searched + report(badTextFailure));
-            // What stands before it has been written.
+            // The text before it has been written.
             EXPECT_EQ(resultText(folder).substr(0, 22), R"({"blocks":[{"code":"G")");
 
-            // A binary result holds it as it came.
+            // A binary result has the same bytes.
             std::vector<std::string> arguments = mode.arguments("shape");
             arguments.insert(arguments.end(), {"/output", "result.cbor"});
             result = runIn(folder, arguments);
@@ -71,7 +70,7 @@ TEST(NotUtf8, RejectedBlocksWithTextThatIsNotUtf8EndTheDrawing) {
     EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"first", "good"}));
 }
 
-// As a path such a text is what it is; only writing it as JSON ends the run.
+// Such a text is a valid path on Linux. Only writing it as JSON ends the run.
 TEST(NotUtf8, ListEntriesWithTextThatIsNotUtf8) {
     const TempFolder folder;
     writeGoodRun(folder);

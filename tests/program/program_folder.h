@@ -1,5 +1,5 @@
-// A folder with a query, a file list and drawings, the program run in it, and the console text that
-// such a run must leave.
+// Makes a folder with a query, a file list and drawings, runs the program in it, and checks the
+// console text.
 #pragma once
 
 #include <array>
@@ -13,39 +13,38 @@
 
 namespace quillon::test {
 
-/// Searches by shape for "query.json" in "list.json" into "result.json". Options in `more` stand
-/// behind these and win over them. `launcher` as for `runProgram`.
+/// Searches by shape for "query.json" in "list.json" and writes "result.json". Options in `more`
+/// come last and replace these. `launcher` is that of `runProgram`.
 ProgramResult runIn(const TempFolder& folder, const std::vector<std::string>& more,
                     const std::vector<std::string>& launcher = {});
 
-/// Writes a query, a list of `drawings`, "good.json" with the one block "good", and "earlier" into
-/// "result.json".
+/// Writes a query, a list of `drawings`, "good.json" with the block "good", and the text "earlier"
+/// into "result.json".
 void writeGoodRun(const TempFolder& folder,
                   const std::vector<std::string>& drawings = {"good.json"});
 
-/// Status 0 with the success line, 1 with an exception report or 255 with the text for a missing
-/// path, each of these once and at the end, and nothing on standard error.
+/// Checks that a run ends with status 0 and the success line, 1 and an exception report, or 255 and
+/// the text for a missing path, once and at the end. The standard error stream must be empty.
 void expectCleanEnd(const ProgramResult& result);
 
-/// Equality of texts that may be megabytes long: a failure shows the surroundings of the first
-/// difference alone.
+/// Compares texts of many megabytes. A failure shows only the text around the first difference.
 void expectText(const std::string& actual, const std::string& expected);
 
-/// A clean end with status 0 and the whole `console` text.
+/// Checks a clean end with status 0 and the whole `console` text.
 void expectSuccess(const ProgramResult& result, const std::string& console);
 
-/// Runs as `runIn` does: a clean end with status 1, the whole `console` text and what
-/// `writeGoodRun` has written as result.
+/// Runs like `runIn`. Checks a clean end with status 1, the whole `console` text, and the earlier
+/// result of `writeGoodRun`.
 void expectFailure(const TempFolder& folder, const std::vector<std::string>& arguments,
                    const std::string& console, const std::vector<std::string>& launcher = {});
 
-/// How the library is loaded, for tests that run in both modes.
+/// The mode of the load, for tests that run in both modes.
 struct LoadMode {
     bool parallel;
 
     /// The arguments that choose `method` and this mode.
     std::vector<std::string> arguments(const std::string& method) const;
-    /// What a list entry that can't be loaded leaves on the console.
+    /// The console text for a list entry that cannot be loaded.
     std::string failureLine(const std::string& entry, const std::string& text) const;
 };
 
@@ -64,16 +63,16 @@ struct ConsoleText {
     std::string threshold = "0.2";
 
     std::string settings() const;
-    /// Settings, method and threshold: all that is printed before the load.
+    /// The text before the load: settings, method and threshold.
     std::string untilLoad() const;
-    /// Up to the line that names the list.
+    /// The text up to the line that names the list.
     std::string untilFiles(std::size_t files) const;
     static std::string summary(std::size_t drawings, std::size_t total, std::size_t unique,
                                std::size_t duplicated);
     static std::string success();
 };
 
-/// "exception: " and the text, as it ends a failed run.
+/// The last line of a failed run: "exception: " and the text.
 std::string report(const std::string& text);
 
 /// The text of the file "result.json", "(none)" without one.

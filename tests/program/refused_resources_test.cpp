@@ -1,5 +1,5 @@
-// Runs under limits of the system: too few descriptors, too little memory, no threads. They end
-// with the right result or, where memory does not suffice, with one report.
+// Runs under limits of the system: few descriptors, little memory, no further threads. They end
+// with the right result or, when memory is too small, with one exception report.
 #ifdef __linux__  // where a command sets such limits for a program
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ namespace {
 using nlohmann::json;
 using Words = std::vector<std::string>;
 
-/// Different vectors of length 1 about a few centres.
+/// Different vectors of length 1 around a few centres.
 json crowdedDrawing(std::size_t blocks, std::mt19937& random) {
     json document = encodings({});
     for (std::size_t i = 0; i < blocks; ++i) {
@@ -35,8 +35,8 @@ json crowdedDrawing(std::size_t blocks, std::mt19937& random) {
     return document;
 }
 
-/// "query.json" and a list of `drawings` of 50 blocks, in all formats by turns; every twelfth is a
-/// text that only the generic path takes.
+/// Writes "query.json" and a list of `drawings` with 50 blocks each. Their formats alternate, and
+/// every twelfth one needs the generic path.
 void writeQueryAndLibrary(const TempFolder& folder, std::size_t drawings) {
     std::mt19937 random(1);
     Words files;
@@ -71,7 +71,7 @@ void expectSame(const Outcome& actual, const Outcome& expected) {
     expectText(actual.result, expected.result);
 }
 
-TEST(RefusedResources, OneDescriptorIsEnough) {
+TEST(LimitedResources, OneDescriptorIsEnough) {
     const TempFolder folder;
     writeQueryAndLibrary(folder, 60);
     const Outcome right = runUnder(folder, "shape", {});
@@ -82,12 +82,12 @@ TEST(RefusedResources, OneDescriptorIsEnough) {
     }
 }
 
-TEST(RefusedResources, OneThreadIsEnough) {
+TEST(LimitedResources, OneThreadIsEnough) {
     const TempFolder folder;
     writeQueryAndLibrary(folder, 60);
     Words launcher{"prlimit", "--nproc=1"};
     if (geteuid() == 0) {
-        // The limit does not hold for root. Another user has to reach the files still.
+        // The limit does not apply to root, so the test runs as another user, who needs the files.
         launcher.insert(launcher.end(),
                         {"setpriv", "--reuid=54321", "--clear-groups", "--inh-caps=+dac_override",
                          "--ambient-caps=+dac_override"});
@@ -100,7 +100,7 @@ TEST(RefusedResources, OneThreadIsEnough) {
     }
 }
 
-TEST(RefusedResources, LittleMemoryIsReportedOrEnough) {
+TEST(LimitedResources, LittleMemoryIsReportedOrEnough) {
     const TempFolder folder;
     writeQueryAndLibrary(folder, 60);
     for (const std::string method : {"shape", "adaptive"}) {

@@ -1,4 +1,4 @@
-// What the program writes in each of the six document formats.
+// Results in each of the six formats.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -34,7 +34,7 @@ json expectedResult() {
               {"uniqueBlocks", 3U}}}};
 }
 
-TEST(ResultFormats, ResultsAreWrittenInEachOfThemWhateverPrettySays) {
+TEST(ResultFormats, AreWrittenWithAndWithoutPretty) {
     const TempFolder folder;
     writeQueryAndList(folder, {"drawing/a.json", "missing.json"});
     folder.write("drawing/a.json",
@@ -57,8 +57,8 @@ TEST(ResultFormats, ResultsAreWrittenInEachOfThemWhateverPrettySays) {
     }
 }
 
-// Written down from the formats' own descriptions.
-TEST(ResultFormats, ResultsStoreCountersAsIntegersAndNumbersAsFloats) {
+// The expected bytes are written by hand from the descriptions of the formats.
+TEST(ResultFormats, StoreCountersAsIntegersAndNumbersAsFloats) {
     using namespace std::string_literals;
     const TempFolder folder;
     writeQueryAndList(folder, {"a.json"});

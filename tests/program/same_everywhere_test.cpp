@@ -1,4 +1,4 @@
-// The same result bytes on one processor and on all.
+// Results have the same bytes on one processor and on all.
 #ifdef __linux__  // where a command keeps a program to one processor
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@
 namespace quillon::test {
 namespace {
 
-/// Runs the query on one processor and on all, and returns the one result that they leave.
+/// Runs the query on one processor and on all, compares the results and returns one.
 std::string resultEverywhere(const std::filesystem::path& folder, const std::string& query,
                              const std::string& topK) {
     std::vector<std::string> results;
@@ -50,7 +50,7 @@ nlohmann::json rowOf(const FeatureMatrix& matrix, std::size_t row) {
     return std::vector<float>(first, first + matrix.shape(1));
 }
 
-/// The library as an encodings document, no two blocks with one code.
+/// The library as an encodings document without duplicates.
 nlohmann::json drawing(const RandomLibrary& library, std::size_t& codes) {
     nlohmann::json document = encodings({});
     for (std::size_t row = 0; row < library.shapeMatrix.shape(0); ++row) {
@@ -62,8 +62,8 @@ nlohmann::json drawing(const RandomLibrary& library, std::size_t& codes) {
     return document;
 }
 
-// Identical and nearly identical rows are where rounding decides which is nearer.
-TEST(SameEverywhere, LibraryFullOfCopies) {
+// With identical and nearly identical rows, rounding decides which row is nearer.
+TEST(SameEverywhere, LibraryWithManyIdenticalRows) {
     const TempFolder folder;
     const RandomLibrary near =
         makeRandomLibrary(LibraryKind::nearTwins, LibraryKind::oneCommon, 1000, 1);

@@ -1,7 +1,7 @@
-// The program on the real drawings of examples/drawings: whole result documents of every method.
+// Whole results of every method on the real drawings of examples/drawings.
 //
-// The documents of tests/data/results were written by the program itself, after its results had
-// been compared with those of the plain forms in tests/reference. They change only with the sample.
+// The program has written the documents in tests/data/results, after a comparison with
+// tests/reference. Write them again only when the sample changes.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -27,8 +27,7 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
     }
 }
 
-/// The result document of a run, with SAMPLE in the place of the sample's folder and "/" between
-/// the parts of paths.
+/// Returns the result document of a run, with SAMPLE for the sample's folder and "/" in paths.
 std::string resultOf(const std::string& query, const std::vector<std::string>& more) {
     const TempFolder folder;
     const std::filesystem::path output = folder.path() / "result.json";
@@ -39,7 +38,7 @@ std::string resultOf(const std::string& query, const std::vector<std::string>& m
     const ProgramResult result = runProgram(arguments, pathFromUtf8(sampleFolder()));
     EXPECT_EQ(result.status, 0) << result.out << result.error;
     std::string document = readText(output);
-    // Names of blocks have no backslashes here.
+    // Names of these blocks have no backslashes.
     replaceAll(document, R"(\\)", "/");
     replaceAll(document, sampleFolder(), "SAMPLE");
     return document;
@@ -49,7 +48,7 @@ std::string expectedResult(const std::string& name) {
     return readBytes(pathFromUtf8(QUILLON_SOURCE_DIR "/tests/data/results/" + name + ".json"));
 }
 
-TEST(SampleDrawings, AreSearchedAdaptivelyUnlessTold) {
+TEST(SampleDrawings, AreSearchedByAdaptiveByDefault) {
     EXPECT_EQ(resultOf("1-door-23-3", {}), expectedResult("door-adaptive"));
     EXPECT_EQ(resultOf("1-door-23-3", {"/method", "adaptive"}), expectedResult("door-adaptive"));
 }

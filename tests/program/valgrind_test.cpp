@@ -1,5 +1,4 @@
-// Reads behind the end of memory that no sanitizer sees, because a library makes them: valgrind
-// does.
+// Reads after the end of memory inside a software library. Only valgrind finds them.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -17,8 +16,8 @@ namespace {
 
 using nlohmann::json;
 
-/// JSON text of `size` bytes that ends with the key of its one block: the text whose end the
-/// parser looks beyond.
+/// Returns JSON text of `size` bytes that ends with the key of its only block. The parser reads
+/// beyond the end of such a text.
 std::string drawingOf(std::size_t size, const std::string& code) {
     json drawing = encodings({{"a*" + code + "*1", 1.25}});
     const std::string vectors = "{\"shape\":" + drawing["shape"].dump() +
@@ -28,8 +27,8 @@ std::string drawingOf(std::size_t size, const std::string& code) {
     return vectors + std::string(size - vectors.size() - end.size(), 'x') + end;
 }
 
-// The parser wants 64 bytes behind a document. A drawing that fills the memory kept from the one
-// before leaves none, unless that grows.
+// The parser needs 64 bytes after a document. A drawing that fills the memory kept from the
+// previous one has none, unless that memory grows.
 TEST(UnderValgrind, EveryDrawingHasItsPadding) {
     const TempFolder folder;
     std::vector<std::string> names;

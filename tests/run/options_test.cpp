@@ -1,4 +1,4 @@
-// The command line: nine options, their values, and every way in which they can be wrong.
+// The command line: nine options, their values, and every possible mistake.
 #include "run/options.h"
 
 #include <gtest/gtest.h>
@@ -13,14 +13,14 @@
 #include "support/console_capture.h"
 #include "support/failure_texts.h"
 
-namespace quillon {
+namespace quillon::test {
 namespace {
 
 using test::ConsoleCapture;
 using test::thrownText;
 using Arguments = std::vector<std::string>;
 
-/// The three required paths, with `more` behind them.
+/// Returns the three required paths, followed by `more`.
 Arguments complete(const Arguments& more) {
     Arguments arguments{"quillon",    "/filelist", "list.json", "/encode",
                         "query.json", "/output",   "out.json"};
@@ -28,7 +28,7 @@ Arguments complete(const Arguments& more) {
     return arguments;
 }
 
-/// What a complete command line with `more` in it sets, which must be accepted without a word.
+/// Returns the options of a complete command line with `more`, which must print nothing.
 RunOptions parsed(const Arguments& more) {
     RunOptions options;
     const ConsoleCapture console;
@@ -37,7 +37,7 @@ RunOptions parsed(const Arguments& more) {
     return options;
 }
 
-/// The text of the exception, which must come without any console text.
+/// Returns the text of the exception. Nothing must be printed before it.
 template <class Exception>
 std::string rejected(const Arguments& more) {
     RunOptions options;
@@ -104,11 +104,11 @@ TEST(ParseArguments, NamesTheFirstMissingPath) {
         {{"quillon", "/output", "o.json", "/filelist", "l.json", "/encode"}, noQuery},
         {{"quillon", "/filelist", "l.json", "/encode", "q.json"}, noOutput},
         {{"quillon", "/filelist", "l.json", "/encode", "q.json", "/output"}, noOutput},
-        // A later empty value takes an earlier one back.
+        // A later empty value replaces an earlier one.
         {complete({"/filelist", ""}), noList},
         {complete({"/encode", ""}), noQuery},
         {complete({"/output", ""}), noOutput},
-        // The value of an option is never taken for an option.
+        // The value of an option is not read as an option.
         {{"quillon", "/encode", "/filelist", "l.json", "/output", "o.json"}, noList},
     };
     for (const auto& [arguments, text] : cases) {
@@ -120,7 +120,7 @@ TEST(ParseArguments, NamesTheFirstMissingPath) {
     }
 }
 
-TEST(ParseArguments, LeavesAloneWhatIsNotNamed) {
+TEST(ParseArguments, KeepsFieldsThatAreNotNamed) {
     expectOptions(parsed({}), defaults());
 }
 
@@ -161,7 +161,7 @@ TEST(ParseArguments, SkipsUnknownTokens) {
     expectOptions(options, defaults());
 }
 
-TEST(ParseArguments, TakesTheNextTokenAsValueWhateverItLooksLike) {
+TEST(ParseArguments, TakesTheNextTokenAsValueEvenIfItIsAnOption) {
     RunOptions expected = defaults();
     expected.fileList = "/pretty";
     expectOptions(parsed({"/filelist", "/pretty"}), expected);
@@ -252,7 +252,7 @@ TEST(ParseArguments, RejectsMinBeyondTheFloatRange) {
     }
 }
 
-TEST(ParseArguments, IsNotMisledByAnEarlierRangeError) {
+TEST(ParseArguments, IgnoresAnEarlierRangeError) {
     errno = ERANGE;
     EXPECT_EQ(parsed({"/topk", "3"}).topK, 3U);
     errno = ERANGE;
@@ -287,10 +287,10 @@ TEST(ParseArguments, StopsAtABadValue) {
     EXPECT_EQ(console.text(), "");
     EXPECT_EQ(rejected<std::invalid_argument>({"/topk", "x", "/min", "x"}),
               "invalid stoi argument");
-    // Ahead of an empty required path.
+    // Before the check for empty paths.
     EXPECT_EQ(rejected<std::invalid_argument>({"/output", "", "/min", "x"}),
               "invalid stof argument");
 }
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::test

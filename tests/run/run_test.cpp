@@ -1,4 +1,4 @@
-// Which method a run takes; the stages themselves are shown by tests/program.
+// The choice of the method. tests/program tests the stages of a run.
 #include "run/run.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include "support/failure_texts.h"
 #include "support/random_library.h"
 
-namespace quillon {
+namespace quillon::test {
 namespace {
 
 using test::LibraryKind;
@@ -61,7 +61,7 @@ TEST(SearchLibrary, TakesTheMethodOfTheQueryType) {
     expectSameHits(searchLibrary(QueryType::Simple, 7, query, library, threshold), hits);
 }
 
-TEST(SearchLibrary, RefusesATypeThatIsNoMethod) {
+TEST(SearchLibrary, RejectsATypeThatIsNotAMethod) {
     const SearchArguments arguments = clustered();
     for (const auto type : {QueryType::NotChosen, static_cast<QueryType>(5)}) {
         EXPECT_EQ(test::thrownText<std::invalid_argument>(
@@ -71,4 +71,4 @@ TEST(SearchLibrary, RefusesATypeThatIsNoMethod) {
 }
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::test

@@ -1,5 +1,5 @@
-// Adaptive on any number of workers, by every kernel, against the dense form: hit by hit and bit by
-// bit.
+// Compares Adaptive, with any number of workers and every kernel, with the dense form: every bit of
+// every hit.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -16,7 +16,7 @@
 namespace quillon::test {
 namespace {
 
-/// Every bit of every hit; a NaN equals a NaN here.
+/// Compares every bit of every hit. NaN equals NaN here.
 std::string bitsOf(const std::vector<SearchResult>& hits) {
     std::string text;
     const auto bits = [](float value) {
@@ -36,11 +36,11 @@ reference::FusedLibrary fusedLibrary(const RandomLibrary& library) {
                                   library.textMatrix);
 }
 
-/// Returns how many hits all forms agree on. `fused` is the library's.
+/// Returns the number of hits that all forms agree on. `fused` belongs to the library.
 std::size_t expectSameHits(const RandomLibrary& library, const reference::FusedLibrary& fused,
                            std::uint32_t k, float minThreshold, const std::string& label) {
     const std::vector<SearchResult> expected = reference::searchFused(fused, k, minThreshold);
-    // Workers and kernels in turns: over many searches each comes with each.
+    // Workers and kernels change with every search, so all pairs occur.
     static std::size_t searches = 0;
     const std::span<const DistanceKernel> kernels = runnableKernels();
     for (const std::size_t workers : {1U, 2U, 7U}) {
@@ -67,16 +67,16 @@ std::string labelOf(LibraryKind shapeKind, LibraryKind textKind, std::size_t row
 
 constexpr float noThreshold = -std::numeric_limits<float>::infinity();
 
-/// No threshold, the usual one, one between, and the one that rows of score 0 just reach.
+/// No threshold, the default, one between, and 0, which rows of score 0 just reach.
 float thresholdFor(std::uint32_t seed) {
     constexpr float thresholds[] = {noThreshold, 0.3F, 0.05F, 0.0F};
     return thresholds[seed % 4];
 }
 
-/// A kind of the text side, together with every kind of the shape side.
+/// One kind of the text side, with every kind of the shape side.
 class SearchAdaptiveByKind : public testing::TestWithParam<LibraryKind> {
   protected:
-    /// Each pair of kinds has seeds of its own, `count` of them.
+    /// Each pair of kinds has its own `count` seeds.
     static std::uint32_t firstSeed(LibraryKind shapeKind, std::uint32_t count) {
         constexpr std::uint32_t kinds = std::size(allLibraryKinds);
         return (static_cast<std::uint32_t>(shapeKind) * kinds +
@@ -118,7 +118,7 @@ TEST_P(SearchAdaptiveByKind, EqualsTheDenseFormOnMiddlingLibraries) {
     std::size_t hits = 0;
     for (const LibraryKind shapeKind : allLibraryKinds) {
         std::uint32_t seed = 10'000 + firstSeed(shapeKind, 9);
-        // Around the longest curve, and around the numbers of rows that are compared as samples.
+        // Row counts near the longest curve and near the sizes of samples.
         for (const std::uint32_t rowCount : {98U, 99U, 100U, 101U, 102U, 254U, 255U, 256U, 400U}) {
             ++seed;
             if (seed % 3 != 0 && rowCount > 100 && rowCount < 400) {
@@ -157,8 +157,8 @@ TEST_P(SearchAdaptiveByRows, EqualsTheDenseFormOnLargeLibraries) {
 INSTANTIATE_TEST_SUITE_P(, SearchAdaptiveByRows, testing::Values(998U, 999U, 1000U, 1700U),
                          testing::PrintToStringParamName());
 
-// Rows identical with others, unlike in the other libraries, by many vectors: most rows have some,
-// or so many that scores tie by the dozen.
+// Many vectors with identical rows. Most rows have identical ones, or so many that dozens of scores
+// are equal.
 TEST(SearchAdaptive, EqualsTheDenseFormOnManyIdenticalRows) {
     std::size_t hits = 0;
     for (std::uint32_t seed = 30'000; seed < 30'008; ++seed) {

@@ -1,4 +1,4 @@
-// Adaptive on large libraries made to mislead it, against the plain form that goes row by row.
+// Compares Adaptive with the row-by-row form, on large libraries made to mislead its bounds.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr float noThreshold = -std::numeric_limits<float>::infinity();
 
-/// Every bit of every hit.
+/// Compares every bit of every hit.
 std::vector<std::string> bitsOf(const std::vector<SearchResult>& hits) {
     std::vector<std::string> texts;
     const auto bits = [](float value) {
@@ -61,13 +61,13 @@ TEST(SearchAdaptiveRowByRow, EqualsTheDenseFormOnLibrariesOfEveryKind) {
     }
 }
 
-// So many hits that more than 1,024 lists are made at once.
+// Enough hits to make more than 1,024 lists at once.
 TEST(SearchAdaptive, EqualsTheDenseFormOnTwoThousandListsAndMore) {
     const RandomLibrary library = uniformLibrary(2100, 1);
     EXPECT_EQ(expectPlainHits(library, 200).size(), 200U);
 }
 
-// So many hits that a row which is ruled out by mistake is missing from them.
+// Enough hits to miss a row that is ruled out by mistake.
 TEST(SearchAdaptive, EqualsTheDenseFormOnUniformRows) {
     EXPECT_EQ(expectPlainHits(uniformLibrary(3000, 2), 150).size(), 150U);
 }
@@ -76,7 +76,7 @@ TEST(SearchAdaptive, EqualsTheDenseFormOnMoreUniformRows) {
     EXPECT_EQ(expectPlainHits(uniformLibrary(4200, 2), 100).size(), 100U);
 }
 
-// The sum of two weights rounds up, so a score can be above 1: a bound on it must not be below.
+// The sum of two weights can round up. A score can then be above 1, and its bound must be, too.
 TEST(SearchAdaptive, EqualsTheDenseFormOnRowsAroundSixIdenticalOnes) {
     for (const float shapeLength : {114.0F / 1024.0F, 140.0F / 1024.0F}) {
         const std::vector<SearchResult> hits =

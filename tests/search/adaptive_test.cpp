@@ -1,4 +1,4 @@
-// Adaptive on libraries small enough to be worked out by hand.
+// Adaptive on libraries small enough for calculation by hand.
 #include "search/adaptive.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ std::vector<SearchResult> search(const RandomLibrary& library, std::uint32_t k,
     return hits;
 }
 
-/// No row has the query's vector on either side.
+/// No row equals the query on either side.
 RandomLibrary clustered(std::uint32_t rowCount) {
     RandomLibrary library =
         makeRandomLibrary(LibraryKind::clustered, LibraryKind::clustered, rowCount, 5);
@@ -35,7 +35,7 @@ RandomLibrary clustered(std::uint32_t rowCount) {
     return library;
 }
 
-TEST(SearchAdaptive, ASingleBlockHasTheScoreZeroAndTheLeastWeights) {
+TEST(SearchAdaptive, GivesASingleBlockScore0AndTheLowestShapeWeight) {
     const RandomLibrary library = clustered(1);
     EXPECT_TRUE(search(library, 1, 0.1F).empty());
     const std::vector<SearchResult> hits = search(library, 1, 0.0F);
@@ -46,17 +46,17 @@ TEST(SearchAdaptive, ASingleBlockHasTheScoreZeroAndTheLeastWeights) {
     EXPECT_EQ(hits[0].textWeight, 1.0F - 0.4F);
 }
 
-TEST(SearchAdaptive, ALibraryWithoutRowsHasNoHits) {
+TEST(SearchAdaptive, FindsNothingInALibraryWithoutRows) {
     EXPECT_TRUE(search(clustered(0), 0, -1.0F).empty());
 }
 
-TEST(SearchAdaptive, ZeroSetsNoLimitOnTheHits) {
+TEST(SearchAdaptive, SetsNoLimitForK0) {
     const RandomLibrary library = clustered(30);
     EXPECT_EQ(search(library, 0, -1.0F).size(), 30U);
     EXPECT_EQ(search(library, 7, -1.0F).size(), 7U);
 }
 
-TEST(SearchAdaptive, AScoreEqualToTheThresholdIsReported) {
+TEST(SearchAdaptive, ReportsAScoreEqualToTheThreshold) {
     const RandomLibrary library = clustered(30);
     const float best = search(library, 3, 0.0F).front().distOrScore;
     EXPECT_GT(best, 0.0F);
@@ -64,7 +64,7 @@ TEST(SearchAdaptive, AScoreEqualToTheThresholdIsReported) {
     EXPECT_TRUE(search(library, 3, std::nextafter(best, 2.0F)).empty());
 }
 
-TEST(SearchAdaptive, PassesOverQueryTwinsWithoutCountingThem) {
+TEST(SearchAdaptive, LeavesOutQueryTwinsWithoutCountingThem) {
     RandomLibrary library = clustered(30);
     const std::vector<SearchResult> before = search(library, 0, -1.0F);
     std::copy(library.queryShape.begin(), library.queryShape.end(),
@@ -77,7 +77,7 @@ TEST(SearchAdaptive, PassesOverQueryTwinsWithoutCountingThem) {
     EXPECT_EQ(search(library, 10, -1.0F).size(), 10U);
 }
 
-TEST(SearchAdaptive, WeightsAddUpToOneAndAreTheSameInEveryHit) {
+TEST(SearchAdaptive, GivesAllHitsTheSameWeightsWithSum1) {
     const std::vector<SearchResult> hits = search(clustered(40), 40, -1.0F);
     ASSERT_FALSE(hits.empty());
     for (const SearchResult& hit : hits) {
@@ -87,7 +87,7 @@ TEST(SearchAdaptive, WeightsAddUpToOneAndAreTheSameInEveryHit) {
     }
 }
 
-TEST(SearchAdaptive, RefusesAQueryOfAnotherWidth) {
+TEST(SearchAdaptive, RejectsAQueryOfAnotherWidth) {
     const auto expectFailure = [](const RandomLibrary& library) {
         EXPECT_EQ(thrownText<xt::concatenate_error>([&] { search(library, 1, 0.0F); }),
                   "Incompatible dimension of arrays, compile in DEBUG for more info");
@@ -106,7 +106,7 @@ TEST(SearchAdaptive, RefusesAQueryOfAnotherWidth) {
     }
 }
 
-/// Hits by index and score, each block of `library` counted from `offset` on.
+/// Returns index and score of each hit. `offset` is subtracted from indexes.
 std::vector<std::pair<std::int64_t, float>> hitsFrom(const RandomLibrary& library,
                                                      std::int64_t offset) {
     std::vector<std::pair<std::int64_t, float>> hits;
@@ -139,8 +139,8 @@ RandomLibrary withRows(const RandomLibrary& library, std::size_t before, float s
     return longer;
 }
 
-// The scores of such blocks are not numbers. Wherever they stand, the others keep theirs.
-TEST(SearchAdaptive, OneBlockThatIsNotANumberTakesNoHitAway) {
+// The scores of such blocks are NaN. At any place in the library, they change no other score.
+TEST(SearchAdaptive, KeepsAllHitsBesideABlockOfNan) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     const RandomLibrary library = clustered(201);
     const auto hits = hitsFrom(library, 0);
@@ -157,7 +157,7 @@ TEST(SearchAdaptive, OneBlockThatIsNotANumberTakesNoHitAway) {
     }
 }
 
-TEST(SearchAdaptive, ManyRowsIdenticalWithAnotherTakeNoHitAway) {
+TEST(SearchAdaptive, KeepsAllHitsBesideManyIdenticalRows) {
     const RandomLibrary library = clustered(201);
     const auto hits = hitsFrom(library, 0);
     for (const std::size_t identical : {100U, 101U, 102U, 150U}) {

@@ -1,4 +1,4 @@
-// Distances of packed vectors to the bit, by every kernel that the processor can run.
+// Compares the distances of packed vectors, to the bit, for every kernel that the processor runs.
 #include "search/distance_kernel.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ std::uint32_t bitsOf(float value) {
 
 using Vectors = std::vector<std::vector<float>>;
 
-/// Values of many magnitudes, so that sums in another order round to other bits.
+/// Values of many magnitudes, so that a sum in another order has other bits.
 Vectors madeUpVectors(std::size_t count, std::size_t width, std::mt19937& random) {
     Vectors vectors(count, std::vector<float>(width));
     for (std::vector<float>& vector : vectors) {
@@ -52,7 +52,7 @@ std::vector<const float*> pointersTo(const Vectors& vectors) {
     return pointers;
 }
 
-/// By faiss, where the tests are built with it.
+/// The distances of faiss, if the tests are built with it.
 float plainDistance(const std::vector<float>& a, const std::vector<float>& b) {
 #if __has_include(<faiss/utils/distances.h>)
     return faiss::fvec_L2sqr(a.data(), b.data(), a.size());
@@ -66,13 +66,13 @@ float plainDistance(const std::vector<float>& a, const std::vector<float>& b) {
 #endif
 }
 
-/// Up to where the distances of a tile are of interest.
+/// The limits below which the distances of a tile must be exact.
 struct TileLimits {
     alignas(64) std::array<float, packSize> lanes{};
     std::array<float, tileRows> rows{};
 };
 
-/// The exact distances [row][lane], the last of `packed` in the lanes left over.
+/// Returns the exact distances [row][lane]. The last of `packed` fills the other lanes.
 using Exact = std::array<std::array<float, packSize>, tileRows>;
 
 Exact exactDistances(const Vectors& packed, const Vectors& rows) {
@@ -91,13 +91,13 @@ Exact exactDistances(const Vectors& packed, const Vectors& rows) {
     return exact;
 }
 
-/// Returns how many distances are below their limits.
+/// Returns the number of distances below their limits.
 std::size_t expectTile(const DistanceKernel& kernel, const Vectors& packed, const Vectors& rows,
                        const Exact& exact, const TileLimits& limits) {
     const VectorPack pack = packVectors(pointersTo(packed), rows[0].size());
     std::array<const float*, tileRows> rowPointers{};
     std::copy_n(pointersTo(rows).begin(), tileRows, rowPointers.begin());
-    // What was there before counts for nothing.
+    // Earlier contents must not change the result.
     alignas(64) Exact distances{};
     for (auto& ofRow : distances) {
         ofRow.fill(-1.0F);
@@ -128,7 +128,7 @@ TileLimits limitsOf(float lanes, float rows) {
     return limits;
 }
 
-/// Limits at, just above and far from the exact distances, for lanes, rows or both.
+/// Limits equal to, just above and far from the exact distances, for lanes, rows or both.
 TileLimits mixedLimits(const Exact& exact, std::mt19937& random) {
     const auto choose = [&](float distance) {
         const float number = std::isnan(distance) ? 1.0F : distance;
@@ -139,7 +139,7 @@ TileLimits mixedLimits(const Exact& exact, std::mt19937& random) {
                                            -largest,
                                            largest,
                                            number * 2.0F};
-        // Mostly around the distance.
+        // Mostly near the distance.
         return choices[random() % 3 == 0 ? random() % choices.size() : random() % 3];
     };
     TileLimits limits = limitsOf(-largest, -largest);
@@ -160,7 +160,7 @@ void expectTilesOfAllLimits(const DistanceKernel& kernel, const Vectors& packed,
     expectTile(kernel, packed, rows, exact, limitsOf(infinity, -largest));
     EXPECT_EQ(expectTile(kernel, packed, rows, exact, limitsOf(-largest, -largest)), 0U);
     EXPECT_EQ(expectTile(kernel, packed, rows, exact, limitsOf(0.0F, 0.0F)), 0U);
-    // One pair of the tile is of interest.
+    // One pair of the tile has a limit.
     TileLimits one = limitsOf(-largest, -largest);
     const std::size_t row = random() % tileRows;
     const float nearest = *std::min_element(exact[row].begin(), exact[row].end());
@@ -189,8 +189,8 @@ TEST(MeasureTile, IsExactToTheBitForEveryWidthAndNumberOfVectors) {
     }
 }
 
-// Limits that the last elements alone bring the sums to.
-TEST(MeasureTile, LooksAtTheLimitsBehindTheLastElement) {
+// Only the last elements bring the sums to their limits.
+TEST(MeasureTile, ChecksTheLimitsAfterTheLastElement) {
     for (const DistanceKernel& kernel : runnableKernels()) {
         SCOPED_TRACE(kernel.name);
         std::mt19937 random(2);
@@ -214,9 +214,9 @@ TEST(MeasureTile, LooksAtTheLimitsBehindTheLastElement) {
     }
 }
 
-// The sum of one pair stays low while all others are beyond their limits from the first element on,
-// and the other way.
-TEST(MeasureTile, GoesOnForASinglePair) {
+// One sum stays below its limit, all others are above theirs from the first element on. And the
+// reverse.
+TEST(MeasureTile, ContinuesForASinglePair) {
     for (const DistanceKernel& kernel : runnableKernels()) {
         SCOPED_TRACE(kernel.name);
         std::mt19937 random(3);
@@ -237,7 +237,7 @@ TEST(MeasureTile, GoesOnForASinglePair) {
     }
 }
 
-TEST(MeasureTile, TakesAnyFloats) {
+TEST(MeasureTile, IsExactForFloatsOfEveryMagnitude) {
     for (const DistanceKernel& kernel : runnableKernels()) {
         SCOPED_TRACE(kernel.name);
         std::mt19937 random(4);
@@ -248,8 +248,7 @@ TEST(MeasureTile, TakesAnyFloats) {
                 SCOPED_TRACE(std::to_string(width) + " elements, " + std::to_string(repetition));
                 Vectors packed = madeUpVectors(1 + random() % packSize, width, random);
                 Vectors rows = madeUpVectors(tileRows, width, random);
-                // Among vectors of any length, or among those so short that their squares
-                // underflow.
+                // Vectors of any length, or vectors so short that their squares underflow.
                 const bool areShort = repetition % 4 == 0;
                 for (Vectors* vectors : {&packed, &rows}) {
                     for (std::vector<float>& vector : *vectors) {

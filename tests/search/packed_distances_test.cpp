@@ -11,7 +11,7 @@
 namespace quillon::test {
 namespace {
 
-TEST(RunnableKernels, BeginWithTheOneThatEveryProcessorRuns) {
+TEST(RunnableKernels, BeginWithTheBaseline) {
     const std::span<const DistanceKernel> kernels = runnableKernels();
     ASSERT_FALSE(kernels.empty());
     EXPECT_STREQ(kernels.front().name, "baseline");
@@ -21,7 +21,7 @@ TEST(RunnableKernels, BeginWithTheOneThatEveryProcessorRuns) {
     }
 }
 
-TEST(PackVectors, PutsEachVectorIntoItsLaneAndTheLastIntoThoseLeftOver) {
+TEST(PackVectors, FillsTheOtherLanesWithTheLastVector) {
     for (std::size_t count = 1; count <= packSize; ++count) {
         for (const std::size_t width : {1U, 2U, 5U}) {
             std::vector<std::vector<float>> vectors(count, std::vector<float>(width));

@@ -1,4 +1,4 @@
-// What the search methods ask of the query's vectors.
+// The checks of the query's vectors.
 #include "search/query_checks.h"
 
 #include <gtest/gtest.h>
@@ -48,7 +48,7 @@ TEST(EqualsQuery, ComparesElementsAsFloats) {
     }
 }
 
-TEST(CheckQueryWidth, RefusesAQueryNarrowerThanTheLibrary) {
+TEST(CheckQueryWidth, RejectsAQueryNarrowerThanTheLibrary) {
     EXPECT_EQ(thrownText<std::invalid_argument>(
                   [] { checkQueryWidth(matrixOfWidth(1, 511), matrixOfWidth(3, 512), "shape"); }),
               "the query's shape vector has 511 elements, the library's rows have 512");

@@ -1,4 +1,4 @@
-// Simple against a plain form made of double loops, and its intended oddities by hand.
+// Compares Simple with a form made of double loops, and tests its special cases by hand.
 #include "search/simple.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ bool isTwin(const RandomLibrary& library, std::size_t row) {
     return squaredDistance(library.queryShape, library.shapeMatrix, row) == 0.0F;
 }
 
-/// Rows with their distances, nearest first, equal ones in the given order.
+/// Rows with their distances, nearest first, equal distances in the given order.
 using Ranked = std::vector<std::pair<float, std::size_t>>;
 
 Ranked nearest(Ranked rows, std::size_t count) {
@@ -91,7 +91,8 @@ TEST(SearchSimple, EqualsThePlainFormOnExactDistances) {
     EXPECT_GT(found, 500U);
 }
 
-/// Three rows at the shape distances 0.04, 0.01 and 0.09, the first and third of the query's text.
+/// Three rows with the shape distances 0.04, 0.01 and 0.09. The first and third have the query's
+/// text vector.
 RandomLibrary threeRows() {
     RandomLibrary library = makeRandomLibrary(LibraryKind::allTwins, LibraryKind::allTwins, 3, 1);
     library.shapeMatrix(0, 1) = 0.2F;
@@ -117,14 +118,14 @@ TEST(SearchSimple, OrdersByTextAndReportsTheShapeDistance) {
     EXPECT_FLOAT_EQ(hits[2].distOrScore, 0.01F);
 }
 
-TEST(SearchSimple, DropsTheCandidateWhosePositionIsATwinsRow) {
+TEST(SearchSimple, LeavesOutTheCandidateWhosePositionIsTheRowOfATwin) {
     RandomLibrary library = threeRows();
     library.shapeMatrix(0, 1) = 0.0F;  // library row 0 is the query's twin now
-    // Row 1 is the nearest candidate, at position 0, and goes; row 2 at position 1 stays.
+    // Row 1, the nearest candidate, has position 0 and is left out. Row 2 has position 1 and stays.
     EXPECT_EQ(indexesOf(search(library, 3, 0.0F)), (std::vector<std::int64_t>{2}));
 }
 
-TEST(SearchSimple, TheTextLimitIsOneWhateverTheThreshold) {
+TEST(SearchSimple, HasTheTextLimit1ForEveryThreshold) {
     RandomLibrary library = threeRows();
     library.textMatrix(2, 1) = 1.0F;
     EXPECT_EQ(indexesOf(search(library, 3, 0.0F)), (std::vector<std::int64_t>{0, 1}));
@@ -132,7 +133,7 @@ TEST(SearchSimple, TheTextLimitIsOneWhateverTheThreshold) {
     EXPECT_EQ(indexesOf(search(library, 3, 0.95F)), (std::vector<std::int64_t>{0, 1}));
 }
 
-TEST(SearchSimple, NoShapeCandidateMeansNoHits) {
+TEST(SearchSimple, FindsNothingWithoutCandidates) {
     EXPECT_TRUE(search(threeRows(), 3, 1.0F).empty());
 }
 
@@ -145,7 +146,7 @@ std::string failureOf(const RandomLibrary& library, std::uint32_t k) {
     return "no exception";
 }
 
-TEST(SearchSimple, RefusesAQueryNarrowerThanTheLibrary) {
+TEST(SearchSimple, RejectsAQueryNarrowerThanTheLibrary) {
     RandomLibrary library = threeRows();
     library.queryText = FeatureMatrix::from_shape({1, 0});
     EXPECT_EQ(failureOf(library, 1),
@@ -155,7 +156,7 @@ TEST(SearchSimple, RefusesAQueryNarrowerThanTheLibrary) {
               "the query's shape vector has 511 elements, the library's rows have 512");
 }
 
-/// The first columns of `query`, and ones behind them.
+/// Returns `query` with further columns of ones.
 FeatureMatrix widened(const FeatureMatrix& query, std::size_t width) {
     FeatureMatrix wide = FeatureMatrix::from_shape({1, width});
     wide.fill(1.0F);
@@ -163,7 +164,7 @@ FeatureMatrix widened(const FeatureMatrix& query, std::size_t width) {
     return wide;
 }
 
-TEST(SearchSimple, ReadsTheFirstColumnsOfAWiderQuery) {
+TEST(SearchSimple, UsesTheFirstColumnsOfAWiderQuery) {
     const std::vector<std::int64_t> expected = indexesOf(search(threeRows(), 3, 0.0F));
     ASSERT_EQ(expected.size(), 3U);
     for (const std::size_t more : {1U, 100U}) {
@@ -176,7 +177,7 @@ TEST(SearchSimple, ReadsTheFirstColumnsOfAWiderQuery) {
     }
 }
 
-TEST(SearchSimple, FailsWhenNoHitsAreAskedFor) {
+TEST(SearchSimple, FailsForK0) {
     EXPECT_NE(failureOf(threeRows(), 0).find("Error: 'k > 0' failed"), std::string::npos);
 }
 

@@ -1,5 +1,5 @@
-// ByShape and ByText against a plain double loop. Values are small integers, so that distances are
-// exact and many are equal.
+// Compares ByShape and ByText with a double loop. Values are small integers, so distances are exact
+// and many are equal.
 #include "search/single_side.h"
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@
 
 #include "support/failure_texts.h"
 
-namespace quillon {
+namespace quillon::test {
 namespace {
 
 using test::thrownText;
@@ -58,8 +58,8 @@ std::vector<Hit> hitsOf(Search search, std::uint32_t k, const std::vector<float>
     return hits;
 }
 
-/// The k nearest rows by distance and then row, those at or beyond `limit` and, if asked for, those
-/// equal to the query left out.
+/// The k nearest rows in ascending (distance, row), without those at or above `limit` and, on
+/// request, without those equal to the query.
 std::vector<Hit> reference(std::size_t k, const std::vector<float>& query,
                            const std::vector<std::vector<float>>& rows, float limit,
                            bool dropTwins) {
@@ -87,7 +87,7 @@ TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
     std::mt19937 random(1);
     for (const std::size_t width : {1U, 3U, 8U, 384U, 512U}) {
         for (const std::size_t rowCount : {1U, 2U, 7U, 50U, 300U}) {
-            // Few different rows: every distance occurs many times, the query's own included.
+            // Few different rows, so every distance occurs many times, 0 included.
             std::vector<std::vector<float>> rows(rowCount, std::vector<float>(width));
             for (auto& row : rows) {
                 row.front() = static_cast<float>(random() % 5);
@@ -111,9 +111,9 @@ TEST(SearchByShapeAndText, ListTheNearestRowsWithTiesInRowOrder) {
 }
 
 #if __has_include(<faiss/IndexFlat.h>)
-// Identical rows, distances that are not numbers or infinite, as many rows as several threads
-// share, and the two ways in which faiss keeps the nearest: below k = 100 and from there on.
-TEST(SearchByText, GivesTheAnswersOfFaiss) {
+// Identical rows, NaN and infinite distances, enough rows for several threads, and both algorithms
+// of faiss for the nearest rows: one below k = 100, the other from there on.
+TEST(SearchByText, EqualsFaiss) {
     std::mt19937 random(2);
     for (const std::size_t rowCount : {1U, 99U, 100U, 101U, 250U, 1500U, 9001U}) {
         FeatureMatrix rows = FeatureMatrix::from_shape({rowCount, 8});
@@ -151,7 +151,7 @@ TEST(SearchByText, GivesTheAnswersOfFaiss) {
 }
 #endif
 
-TEST(SearchByShape, LeavesOutEveryTwinAndDoesNotRefillItsPlace) {
+TEST(SearchByShape, LeavesOutTwinsAfterTheKAreChosen) {
     const std::vector<std::vector<float>> rows{{1, 0}, {0, 0}, {2, 0}, {-0.0F, 0}};
     EXPECT_THAT(hitsOf(searchByShape, 3, {0, 0}, rows, -9.0F), ElementsAre(Pair(0, 1.0F)));
     EXPECT_THAT(hitsOf(searchByShape, 2, {0, 0}, rows, -9.0F), IsEmpty());
@@ -164,7 +164,7 @@ TEST(SearchByText, ReportsTwins) {
                 ElementsAre(Pair(1, 0.0F), Pair(3, 0.0F), Pair(0, 1.0F)));
 }
 
-TEST(SearchByShape, KeepsARowAtDistanceZeroThatIsNoTwin) {
+TEST(SearchByShape, KeepsARowAtDistance0ThatIsNotATwin) {
     // The square of the difference underflows.
     EXPECT_THAT(hitsOf(searchByShape, 1, {0, 0}, {{1e-30F, 0}}, 0.5F), ElementsAre(Pair(0, 0.0F)));
 }
@@ -182,19 +182,19 @@ TEST_P(BothSides, AdmitDistancesBelowTheLimitOnly) {
 }
 
 TEST_P(BothSides, RoundTheLimitTo32Bits) {
-    // 1 + 1e-9 is 1 in 32 bits, so that a distance of 1 is not below it.
+    // 1 + 1e-9 is 1 in 32 bits, so a distance of 1 is not below the limit.
     EXPECT_THAT(hitsOf(GetParam(), 1, {0, 0}, {{1, 0}}, -1e-9F), IsEmpty());
     EXPECT_THAT(hitsOf(GetParam(), 1, {0, 0}, {{1, 0}}, -1e-6F), ElementsAre(Pair(0, 1.0F)));
 }
 
-TEST_P(BothSides, FindNothingWhenNoDistanceCanPass) {
+TEST_P(BothSides, FindNothingWhenNoDistanceIsBelowTheLimit) {
     EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, 1.0F), IsEmpty());
     EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, 2.0F), IsEmpty());
     EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, infinity), IsEmpty());
     EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0}, {{1, 0}, {0, 0}}, nan), IsEmpty());
 }
 
-TEST_P(BothSides, NeverReportUnfilledPositions) {
+TEST_P(BothSides, ReportFewerHitsThanKInASmallLibrary) {
     for (const float minThreshold : {-9.0F, -infinity}) {
         for (const std::uint32_t k : {2U, 3U, 50U, 200U}) {
             EXPECT_THAT(hitsOf(GetParam(), k, {0, 0}, {{2, 0}, {0, 1}}, minThreshold),
@@ -203,7 +203,7 @@ TEST_P(BothSides, NeverReportUnfilledPositions) {
     }
 }
 
-TEST_P(BothSides, DropRowsWithoutAFiniteDistance) {
+TEST_P(BothSides, LeaveOutRowsWithoutAFiniteDistance) {
     for (const float minThreshold : {-9.0F, -infinity}) {
         EXPECT_THAT(hitsOf(GetParam(), 4, {0, 0}, {{nan, 0}, {1, 0}, {infinity, 0}, {0, nan}},
                            minThreshold),
@@ -212,13 +212,13 @@ TEST_P(BothSides, DropRowsWithoutAFiniteDistance) {
     }
 }
 
-TEST_P(BothSides, SearchByTheFirstColumnsOfAWiderQuery) {
-    // Widths differ, so no row is the query's twin either.
+TEST_P(BothSides, UseTheFirstColumnsOfAWiderQuery) {
+    // Widths differ, so no row is a query twin.
     EXPECT_THAT(hitsOf(GetParam(), 2, {0, 0, 7}, {{1, 0}, {0, 0}}, -9.0F),
                 ElementsAre(Pair(1, 0.0F), Pair(0, 1.0F)));
 }
 
-TEST_P(BothSides, RefuseToSearchForNothing) {
+TEST_P(BothSides, FailForK0) {
     std::vector<SearchResult> hits;
     const FeatureMatrix query = matrixOf({{0, 0}}, 2);
     for (const std::vector<std::vector<float>>& rows :
@@ -238,8 +238,8 @@ INSTANTIATE_TEST_SUITE_P(, BothSides, testing::Values(&searchByShape, &searchByT
                              return side.param == &searchByShape ? "ByShape" : "ByText";
                          });
 
-// Even where a search would fail on its own: k is 0.
-TEST(SearchByShape, RefusesAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
+// Also for k = 0, for which the search would fail.
+TEST(SearchByShape, RejectsAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
     const FeatureMatrix shapes = FeatureMatrix::from_shape({3, 512});
     std::vector<SearchResult> hits;
     for (const std::size_t width : {0U, 1U, 511U}) {
@@ -252,7 +252,7 @@ TEST(SearchByShape, RefusesAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
     EXPECT_THAT(hits, IsEmpty());
 }
 
-TEST(SearchByText, RefusesAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
+TEST(SearchByText, RejectsAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
     const FeatureMatrix texts = FeatureMatrix::from_shape({3, 384});
     std::vector<SearchResult> hits;
     for (const std::size_t width : {0U, 1U, 383U}) {
@@ -266,4 +266,4 @@ TEST(SearchByText, RefusesAQueryNarrowerThanTheLibraryBeforeAnythingElse) {
 }
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::test

@@ -23,7 +23,7 @@ std::uint32_t bitsOf(float distance) {
     return std::bit_cast<std::uint32_t>(distance);
 }
 
-// Values of many magnitudes, so that sums in another order round to other bits.
+// Values of many magnitudes, so that a sum in another order has other bits.
 std::vector<float> madeUpVectors(std::size_t count, std::size_t width) {
     std::mt19937 random(static_cast<unsigned>(count * 1000 + width));
     std::vector<float> values(count * width);
@@ -53,7 +53,7 @@ float plainDistance(const float* a, const float* b, std::size_t width) {
     return sum;
 }
 
-TEST(ForEachDistance, IsThePlainSumToTheBitForEveryNumberOfVectors) {
+TEST(ForEachDistance, IsTheSumInElementOrderForEveryNumberOfVectors) {
     for (const std::size_t width : {0U, 1U, 3U, 16U, 31U, 32U, 33U, 384U, 512U, 515U}) {
         const std::vector<float> from = madeUpVectors(1, width);
         for (std::size_t count = 0; count < 18; ++count) {
@@ -72,7 +72,7 @@ TEST(ForEachDistance, IsThePlainSumToTheBitForEveryNumberOfVectors) {
     }
 }
 
-TEST(ForEachDistance, DependsOnItsTwoVectorsAlone) {
+TEST(ForEachDistance, DependsOnTheTwoVectorsAlone) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
     constexpr float longest = std::numeric_limits<float>::max();

@@ -1,4 +1,4 @@
-// Takes what goes to the standard output while it lives.
+// Captures the standard output while it exists.
 #pragma once
 
 #include <iostream>

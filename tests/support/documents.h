@@ -1,5 +1,5 @@
-// The documents of a run, made up and written into a folder. Their vectors are recognised by the
-// first element, which makes all distances exact, too.
+// Makes the documents of a run and writes them into a folder. Vectors differ in their first
+// elements, small integers, so all distances are exact.
 #pragma once
 
 #include <filesystem>
@@ -11,7 +11,7 @@
 
 namespace quillon::test {
 
-/// `width` zeros, but `mark` in front.
+/// `mark`, followed by zeros, `width` numbers in all.
 nlohmann::json markedVector(std::size_t width, double mark);
 
 /// A block whose shape vector begins with `mark`, its text vector with -`mark`.

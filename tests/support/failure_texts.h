@@ -1,4 +1,4 @@
-// The whole texts of expected exceptions: of what was thrown, and of what the JSON library throws.
+// The whole texts of exceptions, those thrown and those that nlohmann json throws.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 
 namespace quillon::test {
 
-/// what() of the exception that `action` throws. A test failure unless its type is exactly
-/// `Exception`: a base class would hide that another failure came first.
+/// Returns what() of the exception that `action` throws. The test fails unless the type is exactly
+/// `Exception`, because a base class would hide another failure.
 template <class Exception, class Action>
 std::string thrownText(Action&& action) {
     try {
@@ -25,7 +25,7 @@ std::string thrownText(Action&& action) {
     return {};
 }
 
-/// what() of the exception of whatever type that `action` throws, empty without one.
+/// Returns what() of the exception of any type that `action` throws, empty without one.
 template <class Action>
 std::string failureOf(Action&& action) {
     try {
@@ -36,7 +36,7 @@ std::string failureOf(Action&& action) {
     return {};
 }
 
-/// A load that accepted no block.
+/// The text of a load that accepted no block.
 inline const std::string noEncodings = "No encodings are loaded from files.";
 
 /// Access by key to a value of another type; `type` is its name. type_error 305.
@@ -66,19 +66,19 @@ inline std::string noKey(const std::string& key) {
     return "[json.exception.out_of_range.403] key '" + key + "' not found";
 }
 
-/// Access by a position that is not there. out_of_range 401.
+/// Access by a position outside the array. out_of_range 401.
 inline std::string noIndex(std::size_t index) {
     return "[json.exception.out_of_range.401] array index " + std::to_string(index) +
            " is out of range";
 }
 
-/// Writing a text as JSON whose byte at `index` is 0xFF. type_error 316.
+/// Writing a text as JSON if its byte at `index` is 0xFF. type_error 316.
 inline std::string notUtf8(std::size_t index) {
     return "[json.exception.type_error.316] invalid UTF-8 byte at index " + std::to_string(index) +
            ": 0xFF";
 }
 
-/// The text of the JSON library's parse_error `id`; `problem` names the format and what is wrong.
+/// The text of parse_error `id` of nlohmann json. `problem` names the format and the mistake.
 inline std::string parseErrorText(int id, const std::string& position, const std::string& problem) {
     return "[json.exception.parse_error." + std::to_string(id) + "] parse error at " + position +
            ": syntax error while parsing " + problem;

@@ -1,4 +1,4 @@
-// The six document formats, as the JSON library writes and reads them.
+// Writes and reads the six formats with nlohmann json.
 #pragma once
 
 #include <array>
@@ -11,11 +11,11 @@ namespace quillon::test {
 inline constexpr std::array<const char*, 6> allExtensions{".json",    ".bson", ".cbor",
                                                           ".msgpack", ".ubj",  ".jdb"};
 
-/// `document` in the format of `extension`. What a format has no place for is left out: bytes that
-/// are not UTF-8 are replaced in JSON text, and BSON has no bytes for what is no object.
+/// Returns `document` in the format of `extension`. JSON text has replacement characters for bytes
+/// that are not UTF-8. BSON has no bytes for a value that is not an object.
 std::string encoded(const nlohmann::json& document, std::string_view extension);
 
-/// Reads the same; throws the JSON library's exceptions.
+/// Reads a document. Throws the exceptions of nlohmann json.
 nlohmann::json decoded(std::string_view bytes, std::string_view extension);
 
 }  // namespace quillon::test

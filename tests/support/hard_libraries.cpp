@@ -38,7 +38,7 @@ void fillSide(FeatureMatrix& query, FeatureMatrix& matrix, const Fill& fill) {
     }
 }
 
-/// The same for both sides.
+/// Does the same for both sides.
 template <class Fill>
 RandomLibrary filled(std::size_t rowCount, const Fill& fill) {
     RandomLibrary library = zeros(rowCount);

@@ -1,6 +1,6 @@
-// Libraries on which a search that leaves out what it takes for impossible goes wrong first: with
-// many rows at about one distance, with sums of weights that round up, with distances about the
-// largest float. All but a few columns are 0, so that a plain search of them is quick.
+// Libraries on which bounds that are slightly wrong lose hits: many rows at nearly equal distances,
+// sums of weights that round up, distances near the largest float. All but a few columns are 0, so
+// that a simple search is quick.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +10,18 @@
 
 namespace quillon::test {
 
-/// Rows of independent values, none of them twice: every row's neighbours are hardly nearer to it
-/// than all others.
+/// Different rows of independent values: the neighbours of a row are hardly nearer than other rows.
 RandomLibrary uniformLibrary(std::size_t rowCount, std::uint32_t seed);
 
-/// Of 1200 rows six are identical, and 400 others and the query lie about these six, each as far
-/// from them on an axis of its own and farther from each other. So all have one and the same list
-/// on both sides, the same weights, and the sum of these as the fused similarity to each other: 1
-/// but for its rounding, which depends on the lengths of the axes.
+/// 1200 rows. Six are identical. 400 others and the query are around these six, each on its own
+/// axis, so they are nearer to the six than to each other. All have the same list on both sides and
+/// the same weights. Their fused similarity to each other is the sum of the weights: 1 except for
+/// rounding, which depends on the lengths of the axes.
 RandomLibrary libraryAroundSixIdenticalRows(float shapeLength, float textLength);
 
-/// Of 1200 rows three are short, as the query is, on the shape side; the squared distance of twelve
-/// to these is the largest float but for its rounding, and all others are one row far beyond it. So
-/// the lists of the short rows have gaps, or have none by a hair.
+/// 1200 rows. On the shape side three rows and the query are short. The squared distance of twelve
+/// rows to these is the largest float except for rounding, and all others are identical and farther
+/// away. So the lists of the short rows have gaps, or are only just filled.
 RandomLibrary libraryAtTheLargestDistance(std::uint32_t seed);
 
 }  // namespace quillon::test

@@ -1,4 +1,4 @@
-// Neighbour lists written down instead of found, for tests of what is made of them.
+// Makes given neighbour lists, for tests of the code that uses lists.
 #pragma once
 
 #include <algorithm>

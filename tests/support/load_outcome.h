@@ -1,4 +1,4 @@
-// What a load of a library leaves, prints and throws.
+// The outcome of a load: the library, the console text and the exception.
 #pragma once
 
 #include <filesystem>
@@ -17,10 +17,10 @@ struct LoadOutcome {
     std::string failure;  // what() of the exception, empty without one
 };
 
-/// Of any function that loads.
+/// Returns the outcome of any function that loads.
 LoadOutcome outcomeOf(const std::function<void(BlockLibrary&)>& loadInto);
 
-/// Of `loadBlockLibrary`.
+/// Returns the outcome of `loadBlockLibrary`.
 LoadOutcome load(const std::filesystem::path& list, bool parallelLoad, bool dedupe = true,
                  KeptSides kept = {});
 
@@ -31,7 +31,7 @@ std::string summary(std::size_t drawings, std::size_t total, std::size_t unique,
 /// The line that begins a load.
 std::string progressLine(std::size_t files, const std::filesystem::path& list);
 
-/// What the load one at a time prints when an entry fails.
+/// The text of a sequential load for an entry that fails.
 std::string failLine(const nlohmann::json& entry, const std::string& text);
 
 std::vector<std::string> blockKeys(const BlockLibrary& library);

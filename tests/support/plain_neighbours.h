@@ -1,4 +1,4 @@
-// What the search for neighbours is compared with: small sides, and scans of all their rows.
+// Small sides and scans of all their rows, for comparison with the search for neighbours.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@
 
 namespace quillon::test {
 
-/// The matrices of a side of three columns that holds `values[r]` in the first column of row r, row
-/// 0 being the query's, and 0 elsewhere.
+/// The matrices of a side with three columns: `values[r]` in the first column of row r, 0 in the
+/// others. Row 0 is the query.
 struct NarrowSide {
     explicit NarrowSide(const std::vector<float>& values)
         : query(FeatureMatrix::from_shape({1, 3})),
@@ -30,7 +30,7 @@ struct NarrowSide {
     FeatureMatrix library;
 };
 
-/// Measured by the fastest kernel.
+/// Returns a side that uses the fastest kernel.
 inline StackedSide sideOf(const FeatureMatrix& query, const FeatureMatrix& library,
                           std::size_t workers = 1) {
     return stackSide(query, library, workers, runnableKernels().back());
@@ -40,7 +40,7 @@ inline StackedSide sideOf(const NarrowSide& narrow) {
     return sideOf(narrow.query, narrow.library);
 }
 
-/// To every row of the side.
+/// Returns the distances from a row to every row of the side.
 inline std::vector<float> exactDistances(const StackedSide& side, Row from) {
     std::vector<float> distances(side.rowCount);
     forEachDistance(

@@ -9,7 +9,7 @@
 namespace quillon::test {
 namespace {
 
-/// Whole numbers below `limit`; the standard's distributions differ between libraries.
+/// Returns a whole number below `limit`. std:: distributions differ between standard libraries.
 std::size_t draw(std::mt19937& random, std::size_t limit) {
     return random() % limit;
 }
@@ -93,7 +93,7 @@ FeatureMatrix makeMatrix(LibraryKind kind, std::size_t rowCount, std::size_t wid
     std::fill(matrix.begin(), matrix.end(), 0.0F);
     for (std::size_t r = 0; r < rowCount; ++r) {
         float* row = matrix.data() + r * width;
-        // Twins of an earlier row, among all kinds.
+        // Copies of an earlier row, in all kinds.
         if (r > 0 && draw(random, 10) == 0) {
             const float* earlier = matrix.data() + draw(random, r) * width;
             std::copy(earlier, earlier + width, row);
@@ -138,7 +138,7 @@ RandomLibrary makeRandomLibrary(LibraryKind shapeKind, LibraryKind textKind, std
     library.textMatrix = makeMatrix(textKind, rowCount, textWidth, random);
     library.queryShape = makeMatrix(shapeKind, 1, shapeWidth, random);
     library.queryText = makeMatrix(textKind, 1, textWidth, random);
-    // Now and then the query is a twin of a library row, on either side.
+    // Sometimes the query equals a library row, on either side.
     if (rowCount > 0 && draw(random, 3) == 0) {
         const float* twin = library.shapeMatrix.data() + draw(random, rowCount) * shapeWidth;
         std::copy(twin, twin + shapeWidth, library.queryShape.data());

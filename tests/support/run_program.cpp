@@ -8,7 +8,7 @@
 
 #ifdef _WIN32
 #include <windows.h>
-// After it, which declares what this one uses.
+// After windows.h, because it uses its declarations.
 #include <psapi.h>
 #else
 #include <spawn.h>
@@ -25,13 +25,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A surrogate alone passes too, in the three bytes that it would have.
+/// Converts UTF-8 to UTF-16. Accepts a single surrogate, too, as three bytes.
 std::wstring wide(const std::string& text) {
     return fs::path(std::u8string(text.begin(), text.end())).native();
 }
 
-/// As the run-time of every program takes command lines apart: backslashes count only before
-/// quotes.
+/// Quotes an argument as the C run-time expects it: backslashes are special only before quotes.
 std::wstring quoted(const std::wstring& argument) {
     std::wstring result = L"\"";
     std::size_t backslashes = 0;
@@ -51,7 +50,7 @@ HANDLE inheritableFile(const fs::path& path) {
                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-/// Sets variables ("NAME=VALUE") for the processes started while it lives.
+/// While it exists, sets variables ("NAME=VALUE") for new processes.
 class Environment {
   public:
     explicit Environment(const std::vector<std::string>& assignments) {
@@ -95,7 +94,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::pa
     start.hStdOutput = inheritableFile(outputs.path() / "out");
     start.hStdError = inheritableFile(outputs.path() / "error");
     PROCESS_INFORMATION process{};
-    // Without a console of its own, which would be another way out of the program.
+    // Without a console, to which the program would write instead.
     const BOOL started =
         CreateProcessW(pathFromUtf8(QUILLON_PROGRAM).c_str(), command.data(), nullptr, nullptr,
                        TRUE, DETACHED_PROCESS, nullptr, workingFolder.c_str(), &start, &process);
@@ -157,7 +156,7 @@ void runCommand(const std::string& command, ProgramResult& result) {
 ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::path& workingFolder,
                          const std::vector<std::string>& launcher) {
     const TempFolder outputs;
-    // The shell's place is taken by the program, so that status and memory are the program's.
+    // The program replaces the shell, so status and memory are those of the program.
     std::string command = "cd " + quoted(utf8FromPath(workingFolder)) + " && exec";
     std::vector<std::string> words = launcher;
     words.emplace_back(QUILLON_PROGRAM);
@@ -167,7 +166,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::pa
     }
     command += " >" + quoted(utf8FromPath(outputs.path() / "out")) + " 2>" +
                quoted(utf8FromPath(outputs.path() / "error"));
-    // What the test itself was started with is no business of the program's.
+    // The program must not get the variables of the test.
     command += " 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-";
     ProgramResult result;
     runCommand(command, result);
@@ -178,7 +177,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const fs::pa
 
 #endif
 
-// By hand, since a regular expression takes minutes over a console text of many megabytes.
+// Without a regular expression, which takes minutes for a console text of many megabytes.
 std::string maskTimes(const std::string& consoleText) {
     static const std::string unit = " ms\n";
     std::string masked;

@@ -1,4 +1,4 @@
-// Starts the real binary and takes what it leaves.
+// Starts the real binary and returns its status and its output.
 #pragma once
 
 #include <cstddef>
@@ -15,9 +15,9 @@ struct ProgramResult {
     std::size_t peakMiB = 0;  // most memory held at a time; 0 under wine, which forgets it
 };
 
-/// Runs the program with `arguments` (UTF-8) in `workingFolder`. `launcher` is the command that
-/// starts it and gives its place up to it, with the command's own arguments: "env" with variables,
-/// "prlimit" with limits. Windows has "env" alone.
+/// Runs the program with `arguments` (UTF-8) in `workingFolder`. `launcher` is a command, with its
+/// arguments, that the program replaces: "env" with variables, "prlimit" with limits. On Windows
+/// only "env" works.
 ProgramResult runProgram(const std::vector<std::string>& arguments,
                          const std::filesystem::path& workingFolder,
                          const std::vector<std::string>& launcher = {});

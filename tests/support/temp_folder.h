@@ -1,4 +1,4 @@
-// A folder of its own for one test, gone with it, and files in it.
+// A folder for one test, which is removed after it, and files in the folder.
 #pragma once
 
 #include <filesystem>
@@ -17,7 +17,7 @@ class TempFolder {
 
     const std::filesystem::path& path() const { return folder; }
 
-    /// Writes `bytes` to the file `name` (UTF-8, may lie in subfolders, which are made).
+    /// Writes `bytes` to the file `name` (UTF-8). Makes its folders.
     std::filesystem::path write(std::string_view name, std::string_view bytes) const;
     std::filesystem::path write(std::string_view name, const std::string& bytes) const {
         return write(name, std::string_view(bytes));
@@ -29,13 +29,13 @@ class TempFolder {
     std::filesystem::path folder;
 };
 
-/// Makes the folders that the file lies in.
+/// Makes the folders of the file.
 void writeBytes(const std::filesystem::path& path, std::string_view bytes);
 
 std::string readBytes(const std::filesystem::path& path);
 
-/// What a text stream wrote, each line ending with a line feed alone. Throws where a line does not
-/// end as the system's text streams end it.
+/// Returns the text of a file with lines that end with a line feed. Throws if a line does not have
+/// the line end of the system.
 std::string readText(const std::filesystem::path& path);
 
 }  // namespace quillon::test

@@ -80,6 +80,13 @@ class Chart(unittest.TestCase):
         self.assertAlmostEqual(first * 2, second, places=4)
         self.assertEqual(third, 0)
 
+    def test_distances_of_simple_are_said_to_be_in_another_order(self):
+        hit = {"name": "n", "code": "c", "handle": "1", "shapeWeight": 0.0, "textWeight": 0.0,
+               "dwgPathHash": "d"}
+        picture = self.plot_document([{**hit, "distOrScore": 0.5}, {**hit, "distOrScore": 0.25}])
+        self.assertIn("squared distance of the shapes, hits in the order of their texts",
+                      texts_of(picture))
+
     def test_many_drawings_are_told_apart_by_lines(self):
         hits = [{"name": "n", "code": "c", "handle": "1", "shapeWeight": 0.0, "textWeight": 0.0, "distOrScore": 0.5,
                  "dwgPathHash": str(number)} for number in range(16)]

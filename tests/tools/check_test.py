@@ -1,4 +1,4 @@
-"""Every defect is planted in a clean library, and the whole table is compared."""
+"""Puts every mistake into a correct library, and compares the whole table."""
 import json
 import tempfile
 import unittest
@@ -22,7 +22,7 @@ IF_NEEDED = "ends with status 1 where the method needs this side"
 
 
 def table_of(text):
-    """The cells of the table, by the columns of its head, and the lines behind it."""
+    """Returns the cells of the table by its columns, and the lines after the table."""
     table, _, rest = text.partition("\n\n")
     lines = table.split("\n")
     starts = [lines[0].index(title) for title in HEAD] + [None]
@@ -46,7 +46,7 @@ class Library(unittest.TestCase):
         return run_tools("check", *arguments, folder=self.folder)
 
     def check_library(self, document=None, name="plan/e.json", entry=None):
-        """The rows of the table for a list of one file."""
+        """Returns the rows of the table for a list of one file."""
         if document is not None:
             write_json(self.folder / name, document)
         self.write_list(entry or name)
@@ -97,7 +97,7 @@ class Clean(Library):
             self.assertEqual(self.check_library(self.document), [self.row(
                 "note", "", mock.ANY, SPACE)])
 
-    def test_further_fields_of_all_keys_are_no_stars(self):
+    def test_further_fields_in_all_keys_are_accepted(self):
         self.assertEqual(self.check_library(encodings("a*c1*1F*x", "b*c2*2F*y")), [])
 
 
@@ -138,7 +138,7 @@ class Blocks(Library):
             self.row("error", "blocks[1] Tür", "text is null, not 384 numbers", OUT),
             self.row("error", "blocks[2] plan", "text has 1 numbers, not 384", OUT)])
 
-    def test_elements_that_are_no_numbers(self):
+    def test_elements_that_are_not_numbers(self):
         self.document["shape"][1][4] = "0.5"
         self.assertEqual(self.check_library(self.document), [
             self.row("error", "blocks[1] Tür", "shape holds string, no number", ENDS)])
@@ -196,7 +196,7 @@ class Blocks(Library):
             self.row("warning", "blocks[3] *U25", "key has 4 fields; a * in the name? *U25*c5*5F",
                      "takes 'U25' for the code and 'c5' for the handle")])
 
-    def test_many_findings_of_a_kind_are_cut_short(self):
+    def test_long_series_of_findings_are_shortened(self):
         document = encodings(*[f"b{i}*c{i}*{i + 1}" for i in range(9)])
         for vector in document["shape"]:
             vector[400] = 1.0
@@ -305,7 +305,7 @@ class Lists(Library):
             "error", "lib/list.json", "", "1 of 1 paths lead to files from the list's own folder "
             "alone; start the program in lib", ENDS]], "2 files, 3 blocks, 3 codes: 1 error\n")))
 
-    def test_lists_that_are_none(self):
+    def test_broken_lists(self):
         for files, problem in [([], '"files" is empty'), ("x", '"files" is string, no array')]:
             write_json(self.folder / "list.json", {"files": files})
             self.assertEqual(table_of(self.check("list.json")[1])[0],
@@ -340,7 +340,7 @@ class Queries(Library):
                          (1, [["error", "has no text and no queryText", ENDS]]))
         self.assertEqual(self.rows([1]), (1, [["error", "is array, no object", ENDS]]))
 
-    def test_texts_say_something_where_the_program_says_so(self):
+    def test_query_texts_are_judged_as_in_the_program(self):
         for text in ["ab", "12 3", "A$C1", "a$c1", "A$c1", " A$C", "a\tb c", "Tür", "ü", "\xa0\x9f",
                      "1-2", "abc\ufdd0", "\ufffe..", "日本語", "١٢٣", "x\x7fy"]:
             write_json(self.folder / "q.json", query(text))

@@ -1,4 +1,4 @@
-"""Converted files, read back by decoders that are not the tool's own, and searched."""
+"""Reads converted files with other decoders, and searches them."""
 import json
 import struct
 import tempfile
@@ -21,7 +21,7 @@ DRAWINGS = ["plan b.dwg", "a.dwg", "Grundriß.dwg"]
 
 
 def vectors(width):
-    """Vectors of length 1, of halves and quarters, so that no distance is rounded."""
+    """Returns vectors of length 1 with halves and quarters, so that no distance is rounded."""
     numbers = np.random.default_rng(width)
     made = np.zeros((ROWS, width))
     for row in made:
@@ -31,7 +31,7 @@ def vectors(width):
 
 
 def library():
-    """As users have it: 64-bit floats, and rows of the drawings in any order."""
+    """Returns arrays as users have them: 64-bit floats, and rows of the drawings in any order."""
     return {
         "shape": vectors(512),
         "text": vectors(384),
@@ -47,12 +47,12 @@ class Arrays(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def convert(self, arrays, *options):
-        """Gives the status and both streams."""
+        """Returns the status and both streams."""
         np.savez(self.folder / "blocks.npz", **arrays)
         return run_tools("convert", *options, "blocks.npz", "library", folder=self.folder)
 
     def documents(self):
-        """The decoded files by their drawings, in the order of the list."""
+        """Returns the decoded files by their drawings, in the order of the list."""
         files = json.loads((self.folder / "library/filelist.json").read_text("utf-8"))["files"]
         return {Path(file).parent.name: cbor2.loads(Path(file).read_bytes()) for file in files}
 
@@ -125,7 +125,7 @@ class Arrays(unittest.TestCase):
                              [(f"C{order[row]:04}", arrays["drawing"][order[row]])
                               for row in ranked])
 
-    def test_scales_to_unit_length_if_told(self):
+    def test_scales_to_unit_length_on_request(self):
         arrays = library()
         arrays["shape"] *= np.arange(1, ROWS + 1)[:, None]
         status, _, warning = self.convert(arrays)
@@ -138,7 +138,7 @@ class Arrays(unittest.TestCase):
         lengths = np.linalg.norm(self.documents()["a.dwg"]["shape"], axis=1)
         np.testing.assert_allclose(lengths, 1, rtol=1e-6)
 
-    def test_refuses_what_would_be_lost_or_wrong(self):
+    def test_rejects_arrays_that_would_lose_blocks(self):
         good = library()
 
         def changed(name, index, value):
@@ -230,7 +230,7 @@ class Formats(unittest.TestCase):
             self.assertEqual((self.folder / "once" / name).read_bytes(),
                              (self.folder / "back" / name).read_bytes())
 
-    def test_new_files_can_lie_beside_the_old(self):
+    def test_new_files_can_be_in_the_folders_of_the_old(self):
         place = self.folder / "tree/.blocksMetadata/a1/plan.dwg/encodings.json"
         write_json(place, encodings("Door*c1*1F"))
         write_json(self.folder / "list.json", {"files": [str(place)]})
@@ -273,7 +273,7 @@ class Formats(unittest.TestCase):
             plain = read_document(ROOT / "tests/data/json/query.json")
             self.assertEqual(read_document(ROOT / f"tests/data/{name}/query.{name}"), plain)
 
-    def test_results_are_converted_as_they_are(self):
+    def test_results_are_converted_without_changes(self):
         self.result_of("filelist.json")
         result = json.loads((self.folder / "result.json").read_text("utf-8"))
         self.assertEqual(run_tools("convert", "result.json", "r.msgpack", folder=self.folder)[0], 0)

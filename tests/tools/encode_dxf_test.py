@@ -1,4 +1,4 @@
-"""The example encoder: its vectors, on drawings of its own and on those in examples/dxf."""
+"""Tests the example encoder with small drawings and with those in examples/dxf."""
 import json
 import os
 import tempfile
@@ -25,7 +25,7 @@ EXAMPLES = tempfile.TemporaryDirectory()
 
 
 def setUpModule():
-    """The drawings in examples/dxf as a library, for the tests that only look at it."""
+    """Makes a library of the drawings in examples/dxf, for tests that only read it."""
     unittest.addModuleCleanup(EXAMPLES.cleanup)
     os.symlink(ROOT / "examples/dxf", Path(EXAMPLES.name, "drawings"))
     ended = run_tools("encode-dxf", "drawings", "--queries", "Door*", "npn", folder=EXAMPLES.name)
@@ -59,7 +59,7 @@ class ShapeVector(unittest.TestCase):
         self.assertIsNone(shape_vector([np.ones((3, 2))]))
 
     def test_is_near_to_that_of_the_sample(self):
-        """The same descriptor of another program; curves and boxes of texts differ slightly."""
+        """Another program made the sample, so curves and boxes of texts differ slightly."""
         own = vectors_by_handle(read_document(f"{EXAMPLES.name}/library/filelist.json")["files"])
         sample = vectors_by_handle(str(SAMPLE / file) for file in
                                    read_document(SAMPLE / "filelist.json")["files"])
@@ -86,7 +86,7 @@ class TextVectors(unittest.TestCase):
         np.testing.assert_allclose(np.linalg.norm(vectors, axis=1), 1, rtol=1e-6)
         return vectors
 
-    def test_are_near_where_words_are(self):
+    def test_are_near_for_similar_words(self):
         for filler in [0, 400]:  # hashed, and reduced
             words = [f"w{number * 7919 % 1000:03} x{number}" for number in range(filler)]
             door, doors, tree, empty = self.check(["door left", "doors right", "tree", "", *words])[:4]

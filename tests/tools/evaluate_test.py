@@ -1,5 +1,7 @@
-"""Rates of the methods, on answers whose ranks are known, and the table of the sample."""
+"""Compares rates with those of known ranks, and the tables of docs/reading-the-hits.md."""
 import re
+import subprocess
+import sys
 import tempfile
 import unittest
 from pathlib import Path
@@ -12,8 +14,13 @@ PAGE = (ROOT / "docs/reading-the-hits.md").read_text("utf-8")
 
 
 def near(width, cosine):
-    """A unit vector of this cosine to the first axis."""
+    """Returns a unit vector with this cosine to the first axis."""
     return [cosine, (1 - cosine ** 2) ** 0.5] + [0.0] * (width - 2)
+
+
+def without_time(text):
+    """Returns the rows of a table without the last column."""
+    return [line.rsplit("|", 2)[0] for line in text.splitlines() if line.startswith("|")]
 
 
 class Evaluate(unittest.TestCase):
@@ -65,13 +72,26 @@ class Evaluate(unittest.TestCase):
             self.assertEqual(self.evaluate(answers),
                              (1, "", f"quillon-tools evaluate: {message}\n"))
 
-    def test_table_in_the_documents_is_that_of_the_sample(self):
-        command = re.search(r"^quillon-tools (evaluate .*)$", PAGE, re.MULTILINE)[1]
-        status, text, errors = run_tools(*command.split(), "--program", PROGRAM, folder=SAMPLE)
-        self.assertEqual((status, errors), (0, ""))
-        without_time = [line.rsplit("|", 2)[0] for line in text.splitlines()]
-        self.assertEqual(without_time, [line.rsplit("|", 2)[0] for line in PAGE.splitlines()
-                                        if line.startswith("|")])
+    def test_tables_in_the_documents_are_those_of_the_sample(self):
+        copies = self.folder / "copies"
+        made = subprocess.run([sys.executable, ROOT / "examples/noisy_copies.py", "filelist.json",
+                               copies], cwd=SAMPLE, capture_output=True, check=True)
+        self.assertEqual((made.stdout.decode(), made.stderr), (f"45 queries in {copies}\n", b""))
+        sections = [section for section in PAGE.split("\n## ") if "quillon-tools evaluate" in section]
+        self.assertEqual(len(sections), 2)
+        for section in sections:
+            command = re.search(r"^quillon-tools (evaluate .*)$", section, re.MULTILINE)[1]
+            words = command.replace("../../build/noisy", str(copies)).split()
+            with self.subTest(command):
+                status, text, errors = run_tools(*words, "--program", PROGRAM, folder=SAMPLE)
+                self.assertEqual((status, errors), (0, ""))
+                self.assertEqual(without_time(text), without_time(section))
+
+    def test_copies_need_a_list_and_a_folder(self):
+        ended = subprocess.run([sys.executable, ROOT / "examples/noisy_copies.py"],
+                               capture_output=True, check=False)
+        self.assertEqual((ended.returncode, ended.stdout, ended.stderr),
+                         (1, b"", b"noisy_copies.py FILELIST FOLDER\n"))
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""No verb trusts a file: the documents of the fuzzers' corpus give a message or are read."""
+"""Every verb reads the documents of the fuzzers' corpus, or ends with a message."""
 import contextlib
 import io
 import tempfile
@@ -27,7 +27,7 @@ class Hostile(unittest.TestCase):
                 data = path.read_bytes()
                 for extension in READERS:
                     source = Path(folder, "in" + extension)
-                    # The first byte of the corpus often tells the fuzzer which format follows.
+                    # The first byte of a corpus file is often the number of the format.
                     for content in (data, data[1:]):
                         source.write_bytes(content)
                         options = Namespace(source=source, target=target, format="cbor",

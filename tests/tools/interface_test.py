@@ -1,4 +1,4 @@
-"""The help, the manual page and the completion against the parser of every verb."""
+"""Compares the help, the manual page and the completion with the parser of every verb."""
 import argparse
 import os
 import re
@@ -16,7 +16,7 @@ COMPLETION = ROOT / "packaging/completions/quillon-tools.bash"
 
 
 def actions(verb):
-    """The options of a verb as the parser has them, without --help."""
+    """Returns the parser's options of a verb, without --help."""
     parser = argparse.ArgumentParser()
     import_module("quillon_tools." + verb.replace("-", "_")).add_arguments(parser)
     return [action for action in parser._actions
@@ -53,7 +53,7 @@ class Help(unittest.TestCase):
         self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (
             1, "", "quillon-tools check: the Python package numpy is not installed\n"))
 
-    def test_output_that_nobody_reads_is_no_mistake(self):
+    def test_closed_output_is_no_error(self):
         read, write = os.pipe()
         os.close(read)
         ended = subprocess.run(

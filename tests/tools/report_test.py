@@ -26,7 +26,7 @@ def hit(name, value, **members):
 
 
 class Texts(HTMLParser):
-    """The texts of a page, the names of its elements, and the addresses in it."""
+    """Collects the texts of a page, the names of its elements, and the addresses in it."""
 
     def __init__(self, page):
         super().__init__()
@@ -51,7 +51,7 @@ class Page(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def report(self, *arguments):
-        """The page, and what was printed without its size."""
+        """Returns the page, and the printed text without the size."""
         status, text, errors = run_tools("report", *arguments, folder=self.folder)
         self.assertEqual((status, errors), (0, ""))
         name = text.split(":")[0]
@@ -80,7 +80,7 @@ class File(Page):
         page, _ = self.report("door.json")
         found = Texts(page)
         for text in HOSTILE:
-            # A drawing is shown by the last part of its path.
+            # The page shows the last part of a drawing's path.
             self.assertEqual(found.texts.count(text), 3 if "/" in text else 4, text)
         self.assertEqual((found.elements.count("script"), found.elements.count("b")), (1, 0))
 
@@ -243,7 +243,7 @@ class Browser(Page):
                 self.assertGreater(text.size["width"], 60)
         self.browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
 
-    def test_is_dark_where_the_system_is(self):
+    def test_is_dark_if_the_system_is(self):
         self.open_names(("a", 0.1, "x"))
         colours = []
         for scheme in ["light", "dark"]:

@@ -1,4 +1,4 @@
-"""Many queries, and a library in four parts that is searched whole as well."""
+"""Runs many queries, and compares a library in four parts with one run over the whole."""
 import json
 import os
 import random
@@ -16,7 +16,7 @@ from support import PROGRAM, ROOT, query, run_program, run_tools, write_json
 PARTS = 4
 HEAD = "query,status,method,hits,ms,message\n"
 
-# Says who it is and waits for the end of a pipe that never comes.
+# Writes its process number into a file, and waits for a pipe that nobody closes.
 WAITING = """#!/bin/sh
 echo $$ > started
 exec cat forever
@@ -24,18 +24,18 @@ exec cat forever
 
 
 def unit_vector(width, halves, quarters=()):
-    """All distances of such vectors are quarters, so that many are equal and none is rounded."""
+    """Returns vectors whose distances are quarters: many are equal and none is rounded."""
     return [0.5 if i in halves else 0.25 if i in quarters else 0.0 for i in range(width)]
 
 
 def made_up_block(code, numbers):
-    """(code, shape, text), the vectors of length 1."""
+    """Returns (code, shape, text) with vectors of length 1."""
     shape, text = numbers.sample(range(8), 7), numbers.sample(range(8), 7)
     return (code, unit_vector(512, shape[:3], shape[3:]), unit_vector(384, text[:3], text[3:]))
 
 
 def made_up_drawings(drawings, blocks, copies):
-    """The blocks of each drawing; so many of them are copies of earlier ones."""
+    """Returns the blocks of each drawing. Some are duplicates of earlier ones."""
     numbers = random.Random(1)
     made = [made_up_block(f"C{number}", numbers) for number in range(drawings * blocks - copies)]
     for _ in range(copies):
@@ -62,7 +62,7 @@ class Library(unittest.TestCase):
                    {"shape": [QUERY["shape"]], "text": [QUERY["text"]], "queryText": ["door"]})
 
     def write_library(self, drawings):
-        """Each drawing is a list of blocks."""
+        """Writes the drawings, each a list of blocks."""
         for number, blocks in enumerate(drawings):
             path = self.folder / f"library/drawing-{number}/encodings.cbor"
             path.parent.mkdir(parents=True)
@@ -76,7 +76,7 @@ class Library(unittest.TestCase):
                       for number in range(len(drawings))]})
 
     def run_queries(self, *arguments):
-        """Status, the rows of the summary without their times, and the standard error stream."""
+        """Returns status, the rows of the summary without times, and the standard error stream."""
         status, text, errors = run_tools(
             "run", "--list", "filelist.json", "--program", PROGRAM, "--summary", "csv", *arguments,
             folder=self.folder)
@@ -87,7 +87,7 @@ class Library(unittest.TestCase):
         return json.loads((self.folder / name).read_text("utf-8"))
 
     def merged(self, method, k, options=""):
-        """The result of the library in parts."""
+        """Returns the result of the library in parts."""
         status, _, _ = self.run_queries("query.json", "--method", method, "--topk", k, "--parts",
                                         PARTS, *options.split())
         self.assertEqual((status, os.listdir(self.folder / "results")), (0, ["query.json"]))
@@ -102,7 +102,7 @@ class Library(unittest.TestCase):
         return self.document("whole.json")
 
     def check_merge_is_exact(self, *arguments):
-        """But for the rows of the hits, and for how often the codes in several parts count."""
+        """Compares all but the rows of hits and the count of codes in several parts."""
         merged, whole = self.merged(*arguments), self.whole(*arguments)
         self.assertEqual(without_rows(merged["blocks"]), without_rows(whole["blocks"]))
         for document in [merged, whole]:
@@ -174,7 +174,7 @@ class Parts(Library):
         self.check_merge_is_exact("text", 5, "--min -3")
 
     def write_equal_codes(self, first_shape):
-        """The first block of the code SAME in the first part, a nearer one in the last."""
+        """Makes parts where the first block of a code is farther away than a later one."""
         self.write_library([[("SAME", first_shape, OTHER_TEXT)], [("C1", FAR, OTHER_TEXT)],
                             [("C2", FAR, OTHER_TEXT)],
                             [("SAME", NEAR, OTHER_TEXT), ("C3", LESS_NEAR, OTHER_TEXT)]])
@@ -209,7 +209,7 @@ class Queries(Library):
                        {"shape": [unit_vector(512, range(number, number + 4))],
                         "text": [QUERY["text"]], "queryText": ["12" if number == 2 else "door"]})
 
-    def test_give_what_each_gives_alone(self):
+    def test_give_the_results_of_single_runs(self):
         self.write_library(made_up_drawings(drawings=10, blocks=30, copies=60))
         self.write_queries()
         status, rows, errors = self.run_queries("queries", "--topk", 7)
@@ -293,7 +293,7 @@ class Queries(Library):
              "./program", "--jobs", "2", "--summary", "csv"], cwd=self.folder,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             env={**os.environ, "PYTHONPATH": str(ROOT / "tools")},
-            # Tests in the background have it ignored, and would pass that on.
+            # Processes in the background ignore Ctrl-C, and so would their children.
             preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
         self.addCleanup(tools.kill)
         started = []

@@ -18,7 +18,7 @@ QUERIES = {("texts-in-block", "9EF"): "1-door-23-3", ("npn", "0"): "2-npn",
 
 
 def sample_pictures():
-    """The SVG texts by the names of their files."""
+    """Returns the SVG texts by the names of their files."""
     names = {}
     for file in json.loads((SAMPLE / "filelist.json").read_text())["files"]:
         _, project, _, _, drawing, _ = file.split("/")

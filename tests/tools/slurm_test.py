@@ -1,4 +1,4 @@
-"""A library in parts as a job array of a real Slurm, whose daemons all run here."""
+"""Searches a library in parts as a job array of a real Slurm, whose daemons run on this machine."""
 import os
 import shutil
 import socket
@@ -78,7 +78,7 @@ class Slurm(Library):
 
     @classmethod
     def start(cls, ready, *words):
-        """Starts a daemon and waits until it says that it is ready. Skips the tests when it ends before."""
+        """Starts a daemon and waits until it is ready. Skips the tests if the daemon ends before."""
         daemon = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                                   text=True, env={**os.environ, "PATH": os.environ["PATH"] +
                                                   ":/usr/sbin"})

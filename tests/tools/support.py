@@ -12,7 +12,7 @@ sys.path.insert(0, str(ROOT / "tools"))
 
 
 def run_tools(*arguments, folder=SAMPLE, environment=None):
-    """Its exit status, its standard output and its standard error stream."""
+    """Returns exit status, standard output and standard error stream."""
     ended = subprocess.run(
         [sys.executable, "-m", "quillon_tools", *map(str, arguments)], cwd=folder, check=False,
         capture_output=True, encoding="utf-8",
@@ -21,19 +21,19 @@ def run_tools(*arguments, folder=SAMPLE, environment=None):
 
 
 def run_program(*arguments, folder=SAMPLE):
-    """The exit status of one search, and its console."""
+    """Returns exit status and console of one search."""
     ended = subprocess.run([PROGRAM, *map(str, arguments)], cwd=folder, capture_output=True,
                            check=False)
     return ended.returncode, ended.stdout.decode("utf-8", errors="replace")
 
 
 def unit(width, place):
-    """A vector of length 1 along one axis."""
+    """Returns a vector of length 1 along one axis."""
     return [float(i == place) for i in range(width)]
 
 
 def encodings(*keys):
-    """An encodings document in which block i has its own axis i on both sides."""
+    """Returns an encodings document in which block i has axis i on both sides."""
     return {"blocks": list(keys), "shape": [unit(512, i) for i in range(len(keys))],
             "text": [unit(384, i) for i in range(len(keys))]}
 

@@ -1,4 +1,4 @@
-"""The wheel, installed into an environment of its own from Debian's packages."""
+"""Installs the wheel into an environment with Debian's packages."""
 import re
 import subprocess
 import sys

@@ -60,13 +60,13 @@ class CSharp(unittest.TestCase):
         self.assertEqual([(hit["name"], hit["distOrScore"]) for hit in result["blocks"]],
                          [("Tür _U5", 0)])
 
-    def test_refuses_codes_that_would_not_count(self):
+    def test_rejects_codes_that_would_lose_a_block(self):
         for code in ["", "a*b"]:
             self.assertEqual(self.call("EncodingsWriter", "plan.msgpack", "door", code, "1F"), (
                 1, "", "block door: the code is empty, or the code or handle has a *\n"))
         self.assertEqual(os.listdir(self.folder), [])
 
-    def test_say_what_arguments_they_need(self):
+    def test_print_their_usage_without_arguments(self):
         self.assertEqual(self.call("EncodingsWriter", "x"), (
             2, "", "usage: EncodingsWriter OUTPUT.msgpack NAME CODE HANDLE ...\n"))
         self.assertEqual(self.call("AsyncCaller", "x"), (

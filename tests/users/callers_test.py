@@ -11,7 +11,7 @@ from program import PROGRAM, ROOT
 
 CALLERS = ROOT / "examples/callers"
 
-# Answers like the program, with a result that no library of ours has.
+# Prints what the program prints, and copies a result that no library here has.
 STAND_IN = """#!/bin/sh
 printf '     queryType: Adaptive\\r\\nQuillon engine run successfully!'
 cp result.json "$6"
@@ -25,7 +25,7 @@ NOT_FINITE = {
 
 
 def vector(width, place):
-    """A unit vector with its only 1 at the place."""
+    """Returns a unit vector with its only 1 at the place."""
     return [[float(i == place) for i in range(width)]]
 
 
@@ -34,7 +34,7 @@ def write(path, document):
 
 
 def write_files(folder):
-    """A library of two blocks in a folder whose name has a blank, and queries of all kinds."""
+    """Writes a library of two blocks into a folder with a blank in its name, and all queries."""
     (folder / "a plan.dwg").mkdir()
     (folder / "tree/.blocksMetadata/00/house.dwg").mkdir(parents=True)
     write(folder / "a plan.dwg/encodings.json",
@@ -60,7 +60,7 @@ def write_files(folder):
 
 
 def outputs(folder):
-    """The arguments of a run behind the program, then the status and the lines of the caller."""
+    """Returns for each run the arguments after the program, the status and the caller's lines."""
     tree = f"{folder}/tree/house.dwg"
     return [
         (["it's a list.json", "query.json", "a b.json", "text"], 0, [
@@ -134,12 +134,12 @@ class Callers(unittest.TestCase):
         self.check_all(["quillon", *arguments], status, lines, b"",
                        PATH=f"{self.folder / 'programs'}:{os.environ['PATH']}")
 
-    def test_say_that_there_is_no_such_program(self):
+    def test_report_a_missing_program(self):
         for program in ("no-such-program", "./no-such-program"):
             self.check(program, ["list.json", "query.json", "r.json"], 1,
                        [f"cannot start {program}"])
 
-    def test_say_what_arguments_they_need(self):
+    def test_print_their_usage_without_arguments(self):
         usage = b"caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]\n"
         for words in ([], [PROGRAM, "list.json", "query.json"]):
             self.check_all(words, 2, [], usage)

@@ -1,4 +1,4 @@
-"""The completions, in the shells that they are for, against the program's sources."""
+"""Runs the completions in their shells, and compares them with the program's sources."""
 import re
 import subprocess
 import tempfile
@@ -13,7 +13,7 @@ FILES = ["a.bson", "a.cbor", "a.csv", "a.jdb", "a.json", "a.msgpack", "a.ubj", "
 
 
 def offered_by_bash(folder, *words):
-    """What bash offers, sorted, when the last of the words behind the program's name is completed."""
+    """Returns what bash offers for the last of the words after the program's name, sorted."""
     script = """
         set -u
         source "$1"
@@ -32,7 +32,7 @@ def offered_by_bash(folder, *words):
 
 
 def offered_by_fish(folder, line):
-    """What fish offers for the line, sorted, without its descriptions."""
+    """Returns what fish offers for the line, sorted and without descriptions."""
     ended = subprocess.run(
         ["fish", "--no-config", "-c", f"source {COMPLETIONS}/quillon.fish; complete -C '{line}'"],
         cwd=folder, capture_output=True, text=True, check=True)
@@ -64,14 +64,14 @@ class Bash(Completion):
         self.assertEqual(offered_by_bash(self.folder, "/method", ""), sorted(methods()))
         self.assertEqual(offered_by_bash(self.folder, "/pretty", "/method", "s"), ["shape", "simple"])
 
-    def test_offers_folders_and_documents_where_a_path_stands(self):
+    def test_offers_folders_and_documents_for_a_path(self):
         for option in ("/filelist", "/encode", "/output"):
             self.assertEqual(offered_by_bash(self.folder, option, ""), sorted(self.documents), option)
         self.assertEqual(offered_by_bash(self.folder, "/encode", "a.j"), ["a.jdb", "a.json"])
         self.assertEqual(offered_by_bash(self.folder, "/output", f"{self.folder}/d"),
                          [f"{self.folder}/drawings"])
 
-    def test_reads_what_was_quoted(self):
+    def test_reads_quoted_words(self):
         for typed in ("b\\ c", '"b c', "'b c"):
             self.assertEqual(offered_by_bash(self.folder, "/encode", typed), ["b c.json"], typed)
 
@@ -79,14 +79,14 @@ class Bash(Completion):
         self.assertEqual(offered_by_bash(self.folder, "/topk", ""), [])
         self.assertEqual(offered_by_bash(self.folder, "/min", ""), [])
 
-    def test_knows_after_which_options_a_value_stands(self):
+    def test_knows_the_options_with_a_value(self):
         for option, takes_value in options().items():
             after = offered_by_bash(self.folder, option, "value", "")
             behind = offered_by_bash(self.folder, option, "/no")
             self.assertEqual(after, sorted(options()), option)
             self.assertEqual(behind, [] if takes_value else ["/no-dedup", "/no-parallel-load"], option)
 
-    def test_takes_a_value_that_looks_like_an_option_for_a_value(self):
+    def test_accepts_an_option_name_as_a_value(self):
         self.assertEqual(offered_by_bash(self.folder, "/encode", "/method", "/pre"), ["/pretty"])
 
     def test_is_bound_to_the_program(self):
@@ -109,7 +109,7 @@ class Fish(Completion):
 
 class Zsh(unittest.TestCase):
     def offered(self, *words):
-        """What is handed to zsh's own functions, one a line, for the last of the words."""
+        """Returns the arguments of zsh's own functions for the last of the words, one in a line."""
         script = """
             _describe() { print -l ${${(P)2}%%:*} }
             _files() { print -r files $* }

@@ -1,9 +1,9 @@
-"""The commands and snippets of the documents do what the documents say.
+"""Runs the commands and snippets of the documents.
 
-The code blocks of one section are run in order in one fresh folder, in which `quillon` is the
-program under test. A section with commands stands in RUN, with what fills its folder, or in
-RUN_ELSEWHERE, or each of its commands stands in NOT_RUN with the reason; a new one that stands in
-none fails the test.
+The code blocks of one section are run in order in a fresh folder, where `quillon` is the program
+under test. A section with commands is in RUN, with a function that fills its folder, or in
+RUN_ELSEWHERE, or each of its commands is in NOT_RUN with the reason. A command that is in none of
+them fails the test.
 """
 import os
 import re
@@ -22,24 +22,26 @@ DOCUMENTS = [
 
 
 def nothing(folder):
-    """The section makes its own files."""
+    """For a section that makes its own files."""
 
 
 def checkout(folder):
-    """The section is about files of the repository, by their places in it."""
+    """For a section about files of the repository."""
     for name in ("docs", "examples", "scripts"):
         (folder / name).symlink_to(ROOT / name)
 
 
 RUN = {("README.md", "Your own blocks"): nothing}
 
-# Sections whose commands other tests run, with more than one library.
+# Sections whose commands other tests run.
 RUN_ELSEWHERE = {
     ("docs/scaling.md", "Many queries"): "tests/tools/run_test.py",
     ("docs/scaling.md", "A library in parts"): "tests/tools/run_test.py",
     ("examples/dxf/README.md", "Drawings for the example encoder"): "tests/tools/encode_dxf_test.py",
-    ("docs/reading-the-hits.md", "Reading the hits"): "tests/tools/chart_test.py",
-    ("docs/reading-the-hits.md", "The methods on the sample"): "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Measured: finding a block again"): "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Measured: finding blocks of the same kind"):
+        "tests/tools/evaluate_test.py",
+    ("docs/reading-the-hits.md", "Looking at the hits"): "tests/tools/chart_test.py",
 }
 
 CI = "a step of .ci/run"
@@ -54,7 +56,7 @@ NOT_RUN = {
     "./scripts/check-windows-package.sh": CI,
     "MSYS_NO_PATHCONV=1 ./quillon.exe /filelist filelist.json /encode query.json /output result.json":
         "for Windows alone",
-    "./scripts/fuzz.sh roads 600": CI,
+    "./scripts/fuzz.sh run 600": CI,
     "./scripts/bench.sh --full process load search growth": CI,
     "./scripts/coverage.sh": "builds everything once more, for numbers that nothing judges",
     "./.ci/run": "runs this test",
@@ -67,8 +69,8 @@ NOT_RUN = {
     "cmake --install build/release --prefix ~/.local": "scripts/check-install.sh does the same",
 }
 
-# What stands in code blocks of these languages is not tried here. All others hold commands, and those
-# in sh and python can be run.
+# Code blocks of these languages are not run here. All others have commands, of which those in sh and
+# python can be run.
 NO_COMMANDS = {
     "": "what something prints",
     "json": "a document",
@@ -80,7 +82,7 @@ LOOKS_LIKE_A_COMMAND = re.compile(r"\s*(\$ |\./|\.ci/|scripts/|quillon /|cmake |
 
 
 def code_blocks(document):
-    """The fenced blocks, each as its section, its language and its text."""
+    """Returns the fenced blocks, each as its section, language and text."""
     blocks, section, language, lines = [], "", None, []
     for line in document.read_text().splitlines():
         if line.startswith("```") and language is None:
@@ -96,7 +98,7 @@ def code_blocks(document):
 
 
 def commands(text):
-    """The lines of a block without comments, continued ones joined."""
+    """Returns the lines of a block without comments. Joins continued lines."""
     lines = re.sub(r"\\\n\s*", "", text).splitlines()
     return [line for line in (re.sub(r"(^|\s+)#.*", "", line) for line in lines) if line]
 
@@ -106,7 +108,7 @@ def name_of(document):
 
 
 def sections_to_run():
-    """The blocks of each section in RUN, as (language, text) pairs in order."""
+    """Returns the blocks of each section in RUN, as (language, text) pairs in order."""
     sections = {}
     for document in DOCUMENTS:
         for section, language, text in code_blocks(document):
@@ -116,7 +118,7 @@ def sections_to_run():
 
 
 def run_section(key, folder):
-    """Runs its blocks in the folder. Each has to succeed and leave standard error silent."""
+    """Runs the blocks of a section in the folder. Each must succeed and print no errors."""
     (folder / ".bin").mkdir()
     (folder / ".bin/quillon").symlink_to(PROGRAM)
     environment = {**os.environ, "PATH": f"{folder / '.bin'}:/usr/bin:/bin"}
@@ -176,7 +178,7 @@ class Commands(unittest.TestCase):
         ]
         self.assertEqual(hidden, [])
 
-    def test_that_ci_is_to_run_are_in_it(self):
+    def test_of_ci_are_steps_of_it(self):
         steps = (ROOT / ".ci/run").read_text()
         for command in (command for command, reason in NOT_RUN.items() if reason is CI):
             with self.subTest(command):

@@ -1,4 +1,4 @@
-"""Readers and writers of the six formats, none of which is the program's own."""
+"""Readers and writers of the six formats, independent of the program."""
 import json
 import struct
 
@@ -23,7 +23,7 @@ BJDATA_CONSTANTS = {"Z": None, "T": True, "F": False}
 
 
 def read_bjdata(data):
-    """BJData of draft 2, as far as containers state neither their size nor their type."""
+    """Reads BJData of draft 2 whose containers have no size and no type."""
     position = 0
 
     def take(count):

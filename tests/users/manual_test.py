@@ -1,4 +1,4 @@
-"""The manual page against the program's sources and against two formatters."""
+"""Compares the manual page with the program's sources, and checks it with two formatters."""
 import os
 import re
 import subprocess
@@ -16,7 +16,7 @@ HITS = ("0.023494062945246696\tDoor 23_4\n"
 
 
 def section(name):
-    """The lines of a section as they stand in the source, without the escaped hyphens."""
+    """Returns the source lines of a section, with plain hyphens."""
     return re.search(rf"^\.SH {name}\n(.*?)(?=^\.SH |\Z)", PAGE, re.M | re.S)[1].replace(r"\-", "-")
 
 

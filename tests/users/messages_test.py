@@ -1,4 +1,4 @@
-"""docs/messages.md has every text of the program's own, and none that it does not have."""
+"""docs/messages.md has every text of the program, and no other text."""
 import json
 import re
 import tempfile
@@ -13,7 +13,7 @@ from program import ROOT, run_query
 
 PAGE = (ROOT / "docs/messages.md").read_text()
 
-# Literals in src/ that are no console texts.
+# Literals in src/ that are not console texts.
 OPTIONS = "/encode /filelist /method /min /no-dedup /no-parallel-load /output /pretty /topk"
 VALUES = "adaptive shape simple text Adaptive ByShape ByText Simple Unknown true false"
 EXTENSIONS = ".bson .cbor .jdb .json .msgpack .ubj"
@@ -24,7 +24,7 @@ KERNELS = "baseline AVX2 AVX-512 avx2 avx512f"
 OTHERS = "../../../.. .blocksMetadata .UTF8 0 A$C a$c C.UTF-8 {}"
 NO_TEXTS = set(" ".join([OPTIONS, VALUES, EXTENSIONS, DOCUMENTS, HITS, STATS, KERNELS, OTHERS]).split())
 
-# Words in the page that stand for something else.
+# Words in the page that stand for a part that changes.
 PLACEHOLDERS = re.compile(
     r"\b(BYTES?|FILE|KEY|NUMBER|PATH|PLACE|REASON|SIDE|TEXT|TYPE|WHAT|WORD)\b"
 )
@@ -39,7 +39,7 @@ TOKEN = re.compile(
 
 
 def texts_of(source):
-    """Each statement's literals that are console texts."""
+    """Returns the console texts among the literals of each statement."""
     texts = []
     for token in TOKEN.finditer(source):
         if token[0] in ";{}":
@@ -50,7 +50,7 @@ def texts_of(source):
 
 
 def lines_of(statement):
-    """Regular expressions for the lines that the literals of a statement make."""
+    """Returns regular expressions for the lines that a statement prints."""
     whole = "{}".join(statement).replace('\\"', '"')
     lines = [line.replace("\\t", "").strip() for line in whole.split("\\n")]
     return [
@@ -75,7 +75,7 @@ def fenced(page):
 
 
 def first_cells(page, *headings):
-    """What stands as code in the first column of the tables with these headings."""
+    """Returns the code in the first column of the tables with these headings."""
     cells, inside = [], False
     for line in page.splitlines():
         if not line.startswith("|"):
@@ -103,7 +103,7 @@ class Page(unittest.TestCase):
 
     def test_has_no_text_that_the_program_lacks(self):
         patterns = [line for _, line in lines_of_the_program() if "exception: " not in line]
-        # One pattern matches everything that the report of an exception begins with.
+        # One pattern matches every text after "exception: ".
         texts = [text.removeprefix("exception: ") for text in first_cells(PAGE, "Text")]
         self.assertGreater(len(texts), 20)
         self.assertEqual(
@@ -143,8 +143,8 @@ def with_changes(document, **changes):
     return json.dumps({**document, **changes}).encode()
 
 
-# The files beside or instead of query.json, list.json and good.json, further arguments, the end of
-# the console, and the status.
+# Files that are added to query.json, list.json and good.json or replace them, further arguments, the
+# end of the console, and the status.
 ENDED = [
     ({}, ["/filelist", ""], "ERROR: The input dwg file list path is empty", 255),
     ({}, ["/encode", ""], "ERROR: The input block encode path is empty", 255),
@@ -205,7 +205,7 @@ ENDED = [
     ({}, ["/topk", "0", "/method", "text"], "'k > 0' failed", 1),
 ]
 
-# A file of the list, by name and bytes, the text about it, and whether the default mode goes on.
+# Name and bytes of a file in the list, its text, and whether the run goes on in the default mode.
 DRAWINGS = [
     ("bad.json", None, "fail to open input file: bad.json", True),
     ("bad.txt", b"", "Unknown input file format! bad.txt", True),
@@ -226,6 +226,13 @@ DRAWINGS = [
         "bad.cbor",
         cbor2.dumps(BAD)[:-1],
         CUT_OFF + "8102: syntax error while parsing CBOR number: unexpected end of input",
+        True,
+    ),
+    (
+        "bad.cbor",
+        cbor2.dumps(BAD, value_sharing=True),
+        "[json.exception.parse_error.112] parse error at byte 1: syntax error while parsing CBOR "
+        "value: invalid byte: 0xD8",
         True,
     ),
     ("bad.cbor", b"\x81" * 501 + b"\0", "document nested deeper than 500 levels: bad.cbor", True),
@@ -278,13 +285,13 @@ USUAL = {
 
 
 def and_also(path, content):
-    """The usual files, and one more in the list, which may be missing."""
+    """Returns the usual files with one more entry in the list, whose file may be missing."""
     listed = {**USUAL, "list.json": json.dumps({"files": ["good.json", path]}).encode()}
     return listed if content is None else {**listed, path: content}
 
 
 def start(files, *arguments):
-    """Status, console and text of the result, if any, of a run in a folder with the files."""
+    """Runs in a folder with the files. Returns status, console and the text of the result or None."""
     with tempfile.TemporaryDirectory() as name:
         for path, content in files.items():
             Path(name, path).write_bytes(content)
@@ -302,7 +309,7 @@ def names(result):
 
 
 class Program(unittest.TestCase):
-    """Every text that can be had from outside appears where the page says, with that effect."""
+    """Every text that a user can cause appears with the effect that the page describes."""
 
     def setUp(self):
         self.known = [pattern_of(text) for text in first_cells(PAGE, "Text", "Pattern")]
@@ -362,7 +369,7 @@ class Program(unittest.TestCase):
                         (status, counts["totalBlocks"], counts["failedDrawings"]), (0, 1, 0)
                     )
 
-    def test_breaks_off_where_a_key_is_no_text(self):
+    def test_cuts_off_the_result_at_a_key_that_is_not_utf8(self):
         text = "[json.exception.type_error.316] invalid UTF-8 byte at index 3: 0xFF"
         self.assertKnown(text)
         bad = {**BAD, "blocks": [b"bad\xff*bad*1"]}
@@ -379,7 +386,7 @@ class Program(unittest.TestCase):
         self.assertTrue(console.endswith(line), console)
         self.assertEqual((status, result), (1, None))
 
-    def test_puts_halves_of_a_block_under_other_names(self):
+    def test_mixes_up_names_after_a_broken_block(self):
         files = {
             **USUAL,
             "list.json": b'{"files": ["good.json", "bad.json", "last.json"]}',

@@ -1,4 +1,4 @@
-"""The program as its users have it: started from another program, on files that others wrote."""
+"""Starts the program as users do: from another program, on files that others wrote."""
 import os
 import subprocess
 from pathlib import Path
@@ -9,7 +9,7 @@ SAMPLE = ROOT / "examples/drawings"
 
 
 def run(*arguments, folder=SAMPLE):
-    """One run in the folder. Gives its exit status and its console, whose bytes may be no UTF-8."""
+    """Runs the program in the folder. Returns exit status and console, decoded with replacement."""
     ended = subprocess.run([PROGRAM, *map(str, arguments)], cwd=folder, capture_output=True, check=False)
     if ended.stderr:
         raise AssertionError(f"on the standard error stream: {ended.stderr!r}")
@@ -19,5 +19,5 @@ def run(*arguments, folder=SAMPLE):
 def run_query(
     *options, folder=SAMPLE, files="filelist.json", query="query.json", output="result.json"
 ):
-    """One run that searches the listed files for the query; what `options` repeat they replace."""
+    """Searches the listed files for the query. `options` come last and replace the others."""
     return run("/filelist", files, "/encode", query, "/output", output, *options, folder=folder)

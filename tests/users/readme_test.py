@@ -1,4 +1,4 @@
-"""What the README claims in numbers, and the traps that it warns of."""
+"""What README.md and docs/documents.md claim in numbers, and the traps that they warn of."""
 import array
 import json
 import math
@@ -17,7 +17,7 @@ import ubjson
 
 from program import ROOT, SAMPLE, run_query
 
-README = (ROOT / "README.md").read_text()
+DOCUMENTS = (ROOT / "docs/documents.md").read_text()
 SHAPE, TEXT = [1.0] + [0.0] * 511, [1.0] + [0.0] * 383
 NEAR = [0.8, 0.6] + [0.0] * 510
 QUERY = {"shape": [SHAPE], "text": [TEXT], "queryText": ["door"]}
@@ -33,7 +33,7 @@ def rounded_to_6_digits(row):
 
 
 def random_rows(generator, count, width):
-    """Rows of length 1 without zeros."""
+    """Returns rows of length 1 without zeros."""
     rows = [[generator.gauss(0, 1) for _ in range(width)] for _ in range(count)]
     return [[value / math.hypot(*row) for value in row] for row in rows]
 
@@ -61,7 +61,7 @@ class Search(unittest.TestCase):
         (self.folder / name).write_text(json.dumps(document))
 
     def search(self, *arguments):
-        """Status, console and result of a run that succeeds or leaves no result."""
+        """Returns status, console and result of a run, without a result None."""
         result = self.folder / "result.json"
         result.unlink(missing_ok=True)
         status, console = run_query(*arguments, folder=self.folder)
@@ -83,12 +83,12 @@ class Formats(Search):
         self.rounded = with_rows(self.drawing, rounded_to_32_bits)
         self.short = with_rows(self.drawing, rounded_to_6_digits)
 
-    def test_take_the_bytes_that_the_table_says(self):
+    def test_have_the_sizes_of_the_table(self):
         def size(encoded):
             return f"{round(len(encoded) / 100, -2):,.0f}"
 
         rows = re.findall(
-            r"^\| `\.(\w+)` \|.*\| ([\d,]+)(?: \([^)]* ([\d,]+)\))? \|$", README, re.MULTILINE
+            r"^\| `\.(\w+)` \|.*\| ([\d,]+)(?: \([^)]* ([\d,]+)\))? \|$", DOCUMENTS, re.MULTILINE
         )
         self.assertEqual(
             {extension: (least, most) for extension, least, most in rows},
@@ -120,7 +120,7 @@ class Formats(Search):
             size(cbor2.dumps(self.drawing, canonical=True)), size(cbor2.dumps(self.drawing))
         )
 
-    def test_written_so_are_read_alike(self):
+    def test_of_the_table_give_the_same_hits(self):
         self.write("query.json", {**QUERY, "text": self.drawing["text"][:1]})
         self.write("plan.json", self.rounded)
         expected = self.hits("/method", "text", "/min", "-9")
@@ -136,7 +136,7 @@ class Formats(Search):
                 self.write("filelist.json", {"files": [name]})
                 self.assertEqual(self.hits("/method", "text", "/min", "-9"), expected)
 
-    def test_of_debians_bjdata_read_as_other_numbers_without_a_warning(self):
+    def test_of_bjdata_draft_1_are_read_as_other_numbers_without_a_warning(self):
         (self.folder / "plan.jdb").write_bytes(bjdata.dumpb(PLAN))
         self.write("filelist.json", {"files": ["plan.jdb"]})
         self.assertEqual(self.hits("/method", "text", "/min", "-9")[0]["distOrScore"], 1.0)
@@ -146,9 +146,17 @@ class Formats(Search):
         self.assertNotIn("Warning", self.search()[1])
 
 
+    def test_accept_json_with_a_byte_order_mark(self):
+        expected = self.hits()
+        for name, document in [("query.json", QUERY), ("plan.json", PLAN),
+                               ("filelist.json", {"files": ["plan.json"]})]:
+            (self.folder / name).write_text(json.dumps(document), encoding="utf-8-sig")
+        self.assertEqual(self.hits(), expected)
+
+
 class Methods(Search):
     def names_with(self, side, cosines, *arguments):
-        """The hits among blocks whose vectors of that side have these cosines to the query's."""
+        """Returns the hits among blocks whose vectors have these cosines to the query's."""
         width = {"shape": 512, "text": 384}[side]
         rows = [
             [cosine, math.sqrt(1 - cosine * cosine)] + [0.0] * (width - 2) for cosine in cosines
@@ -162,7 +170,7 @@ class Methods(Search):
         self.write("plan.json", drawing)
         return [float(hit["name"]) for hit in self.hits(*arguments) or []]
 
-    def test_take_a_squared_distance_as_the_cosine_that_the_readme_says(self):
+    def test_have_the_limits_of_the_table(self):
         self.assertEqual(
             self.names_with("shape", [0.59, 0.61], "/method", "shape", "/min", "0.9"), [0.61]
         )
@@ -170,7 +178,7 @@ class Methods(Search):
         self.assertEqual(self.names_with("shape", [0.64, 0.66], "/method", "simple"), [0.66])
         self.assertEqual(self.names_with("text", [0.49, 0.51], "/method", "simple"), [0.51])
 
-    def test_admit_few_longer_vectors_and_too_many_shorter_ones(self):
+    def test_find_nothing_with_long_vectors_and_everything_with_short_ones(self):
         query = json.loads((SAMPLE / "queries/1-door-23-3.json").read_text())
         drawings = [
             json.loads((SAMPLE / path).read_text())
@@ -190,7 +198,7 @@ class Methods(Search):
                     hits = self.hits("/method", method, "/topk", "-1") or []
                     self.assertEqual(len(hits), expected)
 
-    def test_find_what_troubleshooting_says_about_topk(self):
+    def test_find_as_many_hits_as_troubleshooting_says(self):
         output = self.folder / "result.json"
         found = []
         for arguments in (["/topk", "20"], ["/topk", "20", "/min", "0.09"]):
@@ -200,7 +208,7 @@ class Methods(Search):
 
 
 class Traps(Search):
-    def test_min_ends_where_the_number_does(self):
+    def test_min_is_read_up_to_the_end_of_the_number(self):
         self.assertIn("\n  minThreshold: 0\n", self.search("/min", "0,5")[1])
 
     def test_topk_0(self):
@@ -217,7 +225,7 @@ class Traps(Search):
         for method in ("shape", "text", "simple"):
             self.assertEqual(self.search("/topk", "0", "/method", method)[::2], (1, None))
 
-    def test_output_is_emptied_before_its_extension_is_looked_at(self):
+    def test_output_with_an_unsupported_extension_is_emptied(self):
         (self.folder / "result.txt").write_text("of yesterday")
         self.assertEqual(self.search("/output", "result.txt")[0], 1)
         self.assertEqual((self.folder / "result.txt").read_text(), "")
@@ -242,6 +250,39 @@ class Traps(Search):
         )
         self.assertEqual(result["stats"]["totalBlocks"], 2)
 
+    def test_blocks_without_a_code_are_one_block(self):
+        self.write("plan.json", {"blocks": ["a**1", "b**2"], "shape": [NEAR] * 2, "text": [TEXT] * 2})
+        _, console, result = self.search("/method", "shape")
+        self.assertEqual([hit["name"] for hit in result["blocks"]], ["a"])
+        self.assertNotIn("Warning", console)
+        self.assertEqual(len(self.hits("/method", "shape", "/no-dedup")), 2)
+
+    def test_star_in_a_name_shifts_the_fields(self):
+        self.write("plan.json", {**PLAN, "blocks": ["*U25*c*1"]})
+        _, console, result = self.search("/method", "shape")
+        [hit] = result["blocks"]
+        self.assertEqual((hit["name"], hit["code"], hit["handle"]), ("", "U25", "c"))
+        self.assertNotIn("Warning", console)
+
+    def test_metadata_tree_of_another_depth_gives_a_wrong_drawing(self):
+        for path, drawing in [("R/.blocksMetadata/X/D/file.json", "R/D"),
+                              ("R/.blocksMetadata/D/file.json", "D"),
+                              ("R/.blocksMetadata/W/X/D/file.json", "R/.blocksMetadata/D")]:
+            (self.folder / path).parent.mkdir(parents=True, exist_ok=True)
+            self.write(path, PLAN)
+            self.write("filelist.json", {"files": [path]})
+            [hit] = self.hits("/method", "shape")
+            self.assertEqual(hit["dwgPath"], str(self.folder.resolve() / drawing))
+
+    @unittest.skipIf(os.name == "nt", "Windows takes both separators")
+    def test_backslashes_separate_no_folders_here(self):
+        (self.folder / "plans").mkdir()
+        self.write("plans/plan.json", PLAN)
+        self.write("filelist.json", {"files": ["plans\\plan.json"]})
+        self.assertEqual(self.search()[0], 1)
+        self.write("filelist.json", {"files": ["plans/plan.json"]})
+        self.assertEqual(self.search()[0], 0)
+
     def test_drawing_is_absolute_in_a_metadata_tree(self):
         place = self.folder / "plans/.blocksMetadata/5e/floor.dxf/plan.json"
         place.parent.mkdir(parents=True)
@@ -264,7 +305,7 @@ class Traps(Search):
         for method in ("shape", "simple"):
             hits = self.hits("/method", method, "/min", "-inf", "/topk", "-1")
             self.assertEqual([hit["name"] for hit in hits], ["Door"])
-        # By its text each of them is found.
+        # The text vectors are finite, so all blocks are found by text.
         hits = self.hits("/method", "text")
         self.assertEqual([hit["name"] for hit in hits], ["nan", "infinite", "Door"])
         others = {
@@ -278,8 +319,8 @@ class Traps(Search):
         self.assertGreater(len(scores), 5)
         self.assertNotIn(None, scores)
 
-    def test_query_texts_that_say_nothing_choose_shape(self):
-        for text in ("ab", "12 34", "a\tbc", "A$C4711", "a$c4711"):
+    def test_some_query_texts_choose_shape(self):
+        for text in ("WC", "M8", "12 34", "a\tbc", "two\nlines", "A$C4711", "a$c4711"):
             with self.subTest(text):
                 self.write("query.json", {**QUERY, "queryText": [text]})
                 self.assertIn("\n     queryType: ByShape\n", self.search("/method", "text")[1])

@@ -1,4 +1,4 @@
-"""docs/schema/ accepts what the program takes without a message and all that it writes, no more."""
+"""The schemas accept documents that load without a message, and all results, and nothing else."""
 import copy
 import json
 import tempfile
@@ -17,7 +17,7 @@ SCHEMAS = {
 METHODS = ("adaptive", "shape", "text", "simple")
 DATA = ROOT / "tests/data"
 
-# The keywords of ours that can refuse a document.
+# The keywords in the schemas that can reject a document.
 RULES = (
     "type",
     "required",
@@ -67,7 +67,7 @@ HIT_RULES = ("$defs", "hit", "properties")
 STATS_RULES = ("properties", "stats", "properties")
 GONE = object()
 
-# The schema, where its example is broken and how, and the one rule that notices.
+# The schema, the place and the value that break its example, and the one rule that rejects it.
 MISTAKES = [
     ("list", (), [], ("type",)),
     ("list", ("files",), GONE, ("required", "files")),
@@ -205,7 +205,7 @@ def at(tree, path):
 
 
 def changed(document, path, value):
-    """A copy with the value, or with nothing, in that place."""
+    """Returns a copy with the value in that place, or without the place."""
     if not path:
         return value
     document = copy.deepcopy(document)
@@ -228,7 +228,7 @@ def without(schema, rule):
 
 
 def rules(schema, path=()):
-    """The paths of all that can refuse a document; of `required`, each name is one."""
+    """Returns the paths of all rules that can reject a document. Each name of `required` is one."""
     for key, value in schema.items():
         if key == "required":
             yield from ((*path, key, name) for name in value)
@@ -242,7 +242,7 @@ def rules(schema, path=()):
 
 
 def members(schema):
-    """All schemas in a schema that are about a value of the document, by name."""
+    """Returns the parts of a schema that describe a value of the document, by name."""
     for name, inner in [*schema.get("properties", {}).items(), *schema.get("$defs", {}).items()]:
         yield name, inner
         yield from members(inner)
@@ -270,7 +270,7 @@ class Schemas(unittest.TestCase):
         ]
         self.assertEqual(silent, [])
 
-    def test_accept_what_makes_the_mistakes(self):
+    def test_accept_the_examples_before_they_are_broken(self):
         for name, document in EXAMPLES.items():
             with self.subTest(name):
                 self.assertAccepted(name, document)
@@ -278,7 +278,7 @@ class Schemas(unittest.TestCase):
     def test_accept_every_form_of_a_document(self):
         for name, place, value in [
             ("list", ("files",), ["a.json", "b.bson", "c.cbor", "d.msgpack", "e.ubj", "../f.jdb"]),
-            ("list", ("remark",), "further members are ignored"),
+            ("list", ("note",), "further members are ignored"),
             ("encodings", (), {"blocks": [], "shape": [], "text": []}),
             ("query", ("queryText",), []),
             ("query", ("queryText",), ["one", "two"]),
@@ -366,14 +366,14 @@ class Schemas(unittest.TestCase):
 
 
 class Mistakes(unittest.TestCase):
-    def test_are_refused_by_the_one_rule_that_is_there_for_them(self):
+    def test_are_rejected_by_exactly_one_rule(self):
         for name, place, value, rule in MISTAKES:
             with self.subTest((name, place, str(value)[:40])):
                 document = changed(EXAMPLES[name], place, value)
                 self.assertFalse(accepts(SCHEMAS[name], document))
                 self.assertTrue(accepts(without(SCHEMAS[name], rule), document), f"without {rule}")
 
-    def test_are_planted_for_every_rule(self):
+    def test_exist_for_every_rule(self):
         planted = {(name, rule) for name, _, _, rule in MISTAKES}
         self.assertEqual(
             {(name, rule) for name, schema in SCHEMAS.items() for rule in rules(schema)}, planted

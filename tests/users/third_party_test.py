@@ -1,4 +1,4 @@
-"""The table of other people's software against the packages that the program is built with."""
+"""Compares the table in THIRD-PARTY.md with the packages that the program is built with."""
 import re
 import subprocess
 import unittest

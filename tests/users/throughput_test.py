@@ -1,4 +1,4 @@
-"""The script that measures docs/scaling.md works, and its tables are those of the page."""
+"""The script that measures docs/scaling.md runs, and prints the tables of the page."""
 import contextlib
 import io
 import re

@@ -1,3 +1,3 @@
-"""Tools around the program quillon: check, convert, run and look. `cli` is the entry."""
+"""Tools around the program quillon. `cli` is the entry point."""
 
 __version__ = "0"  # scripts/build-wheel.sh writes that of CMakeLists.txt

@@ -1,4 +1,4 @@
-"""A small SVG picture of a block's lines. Part of the example encoder."""
+"""Draws a small SVG picture of a block's lines. Part of the example encoder."""
 import numpy as np
 
 GRIDS = [500, 250, 125]  # the finest first
@@ -6,7 +6,7 @@ LARGEST = 8_000  # bytes
 
 
 def block_picture(lines):
-    """SVG text. Points are rounded to a grid, coarser where the picture would be too large."""
+    """Returns SVG text. Points are rounded to a grid, a coarser one for a large picture."""
     low = np.min([line.min(axis=0) for line in lines], axis=0)
     high = np.max([line.max(axis=0) for line in lines], axis=0)
     extent = max((high - low).max(), 1e-9)
@@ -28,7 +28,7 @@ def block_picture(lines):
 
 
 def path_of(points, height):
-    """The commands that draw a line, each point relative to the one before; "" for a point."""
+    """Returns the commands for a line, each point relative to the one before; "" for a point."""
     points = points * [1, -1] + [0, height]  # upwards in drawings, downwards in pictures
     moved = np.any(np.diff(points, axis=0) != 0, axis=1)
     points = points[np.concatenate([[True], moved])]

@@ -1,7 +1,7 @@
-"""Reads and writes CBOR, rows of 32-bit floats at once: a number at a time is slow.
+"""Reads and writes CBOR. Rows of 32-bit floats are handled as a whole, because single numbers are slow.
 
-The document is decoded and encoded by cbor2, but for the rows of `shape` and `text` that are all
-stored alike. A NumPy matrix stands for these.
+cbor2 decodes and encodes the document, except for rows of `shape` and `text` that are all stored in
+the same way. These become a NumPy matrix.
 """
 import re
 import struct
@@ -35,7 +35,7 @@ def loads(data):
 
 
 def read_rows(data, file):
-    """The matrix that `rows_bytes` would have written here, with `file` behind it; else None."""
+    """Returns the matrix if `rows_bytes` has written it here, and moves `file` past it; else None."""
     rows_head = ARRAY.match(data, file.tell())
     row_head = ARRAY.match(data, rows_head.end()) if rows_head else None
     if not row_head:
@@ -61,7 +61,7 @@ def dumps(document):
 
 
 def rows_bytes(matrix):
-    """An array of arrays of 32-bit floats, all rows packed at once."""
+    """Returns an array of arrays of 32-bit floats, all rows packed at once."""
     rows, width = matrix.shape
     head = head_bytes(4, width)
     packed = np.empty(rows, row_layout(head, width))
@@ -72,13 +72,13 @@ def rows_bytes(matrix):
 
 
 def row_layout(head, width):
-    """A row: the head of an array, then every number behind its type."""
+    """Returns a row: the head of an array, then every number after its type."""
     return np.dtype([("head", "u1", (len(head),)),
                      ("numbers", [("type", "u1"), ("value", ">f4")], (width,))])
 
 
 def head_bytes(major, count):
-    """The head of an item of this major type, 4 for an array: the shortest form of the count."""
+    """Returns the shortest head of an item with this major type (4 for an array) and count."""
     if count < 24:
         return bytes([major << 5 | count])
     size, form = next((size, form) for size, form in enumerate([">B", ">H", ">I", ">Q"], 24)

@@ -1,28 +1,27 @@
-"""Draws the hits of a result as horizontal bars, the best on top, one colour a drawing.
+"""Draws the hits of a result as horizontal bars, the first hit on top, one colour a drawing.
 
-Results of the method adaptive have scores, and one more bar for the weights of the sides; those of
-the others have squared distances. Drawings differ in lightness or hatching too. The same result
-gives the same bytes of an SVG.
+A result of the method adaptive has one more bar for the weights of the sides. Drawings also differ
+in lightness or hatching. The same result gives the same bytes of an SVG.
 """
 import matplotlib
 from matplotlib.figure import Figure
 from matplotlib.patches import Patch
 
-from quillon_tools.results import drawing_name
+from quillon_tools.results import drawing_name, is_adaptive, value_label
 
-# Far from each other in lightness, for readers in grey; each with a colour for lines upon it.
+# Each with a colour for its hatching. They differ in lightness, so they can be told apart in grey.
 COLOURS = [("#08306b", "white"), ("#fd8d3c", "black"), ("#6a51a3", "white"), ("#c7e9c0", "black")]
-HATCHES = ["", "//", "..", "xx"]  # the next one where the colours begin again
+HATCHES = ["", "//", "..", "xx"]  # the next one for each repetition of the colours
 BAR_INCHES = 0.32
 
 
 def printable(text):
-    """Without what no font and no SVG can show."""
+    """Replaces characters that fonts and SVG cannot show."""
     return "".join(letter if letter.isprintable() else "\ufffd" for letter in text)
 
 
 def styles_by_drawing(drawings):
-    """Colour and hatching of each drawing, in the order in which they appear."""
+    """Returns colour and hatching of each drawing, in the order of their first hits."""
     styles = {}
     for i, name in enumerate(dict.fromkeys(drawings)):
         face, line = COLOURS[i % len(COLOURS)]
@@ -31,7 +30,7 @@ def styles_by_drawing(drawings):
     return styles
 
 
-def draw_hits(axes, hits, is_adaptive):
+def draw_hits(axes, hits, label):
     if not hits:
         axes.text(0.5, 0.5, "no hits", ha="center", va="center", transform=axes.transAxes)
         axes.set(xticks=[], yticks=[])
@@ -45,12 +44,11 @@ def draw_hits(axes, hits, is_adaptive):
         axes.text((value or 0) + longest / 100, row,
                   "not finite" if value is None else f"{value:.3f}", va="center", fontsize=9)
     axes.set_yticks(range(len(hits)))
-    # Names may hold a $, which is no formula.
+    # A $ in a name does not begin a formula.
     axes.set_yticklabels([printable(hit["name"]) for hit in hits], parse_math=False)
     axes.set_ylim(len(hits) - 0.5, -0.5)
     axes.set_xlim(0, longest * 1.15)
-    axes.set_xlabel("score, higher is better" if is_adaptive
-                    else "squared distance, lower is better")
+    axes.set_xlabel(label)
     legend = axes.legend([Patch(**style) for style in styles.values()], styles, title="drawing",
                          loc="upper left", bbox_to_anchor=(1.01, 1), frameon=False, fontsize=9,
                          alignment="left")
@@ -59,7 +57,7 @@ def draw_hits(axes, hits, is_adaptive):
 
 
 def draw_weights(axes, hit):
-    """One bar of length 1, shape and text, which are the same for all hits of one result."""
+    """Draws one bar of length 1 with both weights, which are the same for all hits of a result."""
     shape, text = hit["shapeWeight"], hit["textWeight"]
     axes.barh(0, shape, color="#525252", height=0.7)
     axes.barh(0, text, left=shape, color="#d9d9d9", height=0.7)
@@ -72,15 +70,14 @@ def draw_weights(axes, hit):
 
 
 def plot(document):
-    """The figure of one result document."""
-    hits = document["blocks"] or []
-    is_adaptive = bool(hits and hits[0]["shapeWeight"])
-    rows = [max(1, len(hits))] + ([1] if is_adaptive else [])
-    height = BAR_INCHES * sum(rows) + (1 if is_adaptive else 0.8)
+    """Returns the figure of one result document."""
+    hits, scores = document["blocks"], is_adaptive(document)
+    rows = [max(1, len(hits))] + ([1] if scores else [])
+    height = BAR_INCHES * sum(rows) + (1 if scores else 0.8)
     figure = Figure(figsize=(8.5, height), layout="constrained")
     axes = figure.subplots(len(rows), 1, height_ratios=rows, squeeze=False)[:, 0]
-    draw_hits(axes[0], hits, is_adaptive)
-    if is_adaptive:
+    draw_hits(axes[0], hits, value_label(document))
+    if scores:
         draw_weights(axes[1], hits[0])
     for one in axes:
         one.spines[["top", "right", "left"]].set_visible(False)
@@ -89,8 +86,8 @@ def plot(document):
 
 
 def write_chart(document, path):
-    """Writes the picture of one result document, in the format of the extension."""
-    # Texts stay texts, and neither the date nor a random number gets into the file.
+    """Writes the chart of one result document in the format of the extension."""
+    # Texts stay texts. The file has no date and no random number.
     matplotlib.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "quillon", "font.size": 10})
     metadata = {"Date": None, "Creator": None} if path.suffix == ".svg" else None
     plot(document).savefig(path, dpi=150, metadata=metadata)

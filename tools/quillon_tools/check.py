@@ -1,10 +1,10 @@
-"""Says what is wrong with a library, a list, encodings files or queries, and what the program
-would do with it. What a document is follows from its members: "files" make a list, "blocks" an
-encodings file, a "queryText" or vectors alone a query. The files of a list are checked with it.
-A list's paths start, as in the program, at the folder that the command is run in.
+"""Says what is wrong with a library, a list, encodings files or queries, and what the program does
+in each case. A document with "files" is a list, one with "blocks" is an encodings file, and one with
+"queryText" or only vectors is a query. The files of a list are checked, too. Paths in a list start
+at the current folder, as in the program.
 
-Errors end a run of the program or lose a drawing. Warnings let it leave out blocks or find wrong
-ones. Notes cost space and time alone, or are worth knowing.
+Errors end a run of the program or lose a drawing. With warnings the program leaves out blocks or
+finds wrong ones. Notes are about space, time or details.
 
 examples:
   quillon-tools check filelist.json            the list, and all encodings files in it
@@ -49,7 +49,7 @@ def run(options):
 
 
 def table(findings):
-    """The findings file by file, the many of one kind cut short."""
+    """Returns the findings file by file, and shortens long series of one kind."""
     if not findings:
         return ""
     kinds = Counter((finding.file, finding.kind) for finding in findings)
@@ -67,7 +67,7 @@ def table(findings):
 
 
 def summary(check, levels):
-    """One line of counts, and one more on duplicates whose texts differ, which is common."""
+    """Returns one line of counts, and a second one if duplicates have different texts."""
     found = [counted(levels[level], level)
              for level in ("error", "warning", "note") if levels[level]]
     line = (f"{counted(check.checked_files, 'file')}, {counted(check.blocks, 'block')}, "

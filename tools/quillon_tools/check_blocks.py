@@ -1,4 +1,4 @@
-"""What `check` finds in the blocks of one encodings file, and between blocks of equal codes."""
+"""Checks the blocks of one encodings file, and compares blocks of equal codes."""
 import numpy as np
 
 from quillon_tools.texts import counted
@@ -8,16 +8,16 @@ LEFT_OUT = "leaves the block out"
 ENDS = "ends with status 1"
 USED = "uses it as it is; the thresholds expect length 1"
 
-# Sums of a vector's numbers with these random weights tell unequal vectors apart in 4 numbers a
-# block, so that a library of millions need not be held. Equal vectors rounded to 6 digits differ
-# by less than the tolerance.
+# Sums of a vector's numbers with these random weights: 4 numbers for each block are enough to find
+# unequal vectors, without millions of blocks in memory. Equal vectors that are rounded to 6 digits
+# differ by less than the tolerance.
 SKETCHES = {side: np.random.default_rng(width).normal(size=(width, 4)).astype(np.float32)
             for side, width in WIDTHS.items()}
 SKETCH_TOLERANCE = 1e-4
 
 
 def check_encodings(check, path, document):
-    """All findings of one encodings file, into `check`."""
+    """Adds all findings of one encodings file to `check`."""
     if document is None:
         check.add("error", path, "document", "is null", "goes on without it, silently")
         return
@@ -54,7 +54,7 @@ def block_label(number, key):
 
 
 def check_sizes(check, path, sizes):
-    """Whether the three arrays have as many elements."""
+    """Checks that the three arrays have equal lengths."""
     if len(set(sizes.values())) == 1:
         return
     found = ", ".join(f"{name} {size}" for name, size in sizes.items())
@@ -64,7 +64,7 @@ def check_sizes(check, path, sizes):
 
 
 def check_keys(check, path, blocks, labels):
-    """The numbers of the blocks that the program takes, as far as their keys go."""
+    """Returns the numbers of the blocks whose keys the program accepts."""
     usable, zeros = [], []
     for number, key in enumerate(blocks):
         if not isinstance(key, str):
@@ -90,7 +90,7 @@ def check_keys(check, path, blocks, labels):
 
 
 def check_vectors(check, path, side, vectors, labels, wrong_width, no_numbers):
-    """The vectors as a matrix, and the numbers of those that are complete."""
+    """Returns the vectors as a matrix, and the numbers of the complete ones."""
     rows = rows_of(vectors, WIDTHS[side])
 
     def add(level, number, kind, problem, program):
@@ -122,7 +122,7 @@ def check_vectors(check, path, side, vectors, labels, wrong_width, no_numbers):
 
 
 def check_codes(check, path, blocks, labels, usable, sketches):
-    """Duplicates whose vectors differ from those of the first block of their code."""
+    """Finds duplicates whose vectors differ from those of the first block of their code."""
     for number in usable:
         code = blocks[number].split("*")[1]
         mine = [sketches[side][number] for side in WIDTHS]

@@ -1,4 +1,4 @@
-"""What `check` finds in lists, encodings files and queries, file by file."""
+"""Checks lists, encodings files and queries, file by file."""
 import os
 import re
 from collections import Counter
@@ -25,7 +25,7 @@ class Finding:
 
 
 class Check:
-    """The findings of all files, and what is known of the library that they make up."""
+    """The findings of all files, and the facts about the whole library."""
 
     def __init__(self):
         self.findings = []
@@ -40,7 +40,7 @@ class Check:
         self.findings.append(Finding(level, str(file), block, kind, problem, program))
 
     def add_long_key(self, file, fields, block):
-        """Kept back until all keys are known: see `check_keys_of_library`."""
+        """Stores a finding until all keys are known: see `check_keys_of_library`."""
         kind = "star" if fields[0] else "no name"
         self.long_keys.append(Finding(
             "warning", str(file), block, kind,
@@ -48,7 +48,7 @@ class Check:
             f"takes {fields[1]!r} for the code and {fields[2]!r} for the handle"))
 
     def check_path(self, path):
-        """A file that the user named: of whichever kind it is."""
+        """Checks a file that the user named, a list, an encodings file or a query."""
         if os.path.isdir(path):
             raise UserError(f"{path}: is a folder")
         try:
@@ -69,7 +69,7 @@ class Check:
             check_query(self, path, document)
 
     def check_list(self, path, files):
-        """The list's entries, and every file that can be found by them."""
+        """Checks the entries of a list, and every file that they name."""
         if not isinstance(files, list):
             self.add("error", path, "list", f'"files" is {type_name(files)}, no array', ENDS)
             return
@@ -87,7 +87,7 @@ class Check:
                 self.check_listed(entry, place)
 
     def resolve(self, path, number, entry):
-        """Where the file of an entry is, or None. Falls back on the folder of the list."""
+        """Returns the file of an entry, or None. Tries the folder of the list as well."""
         if not isinstance(entry, str):
             self.add("error", path, "entry", f"files[{number}] is {type_name(entry)}, no text",
                      FAILED)
@@ -100,7 +100,7 @@ class Check:
         return next((place for place in places if is_file(place)), None)
 
     def check_starting_folder(self, path, resolved):
-        """One finding for all entries that lead to files from the list's folder alone."""
+        """Adds one finding for all entries that are relative to the folder of the list."""
         from_list = 0
         for number, (entry, place) in enumerate(resolved):
             if not isinstance(entry, str):
@@ -128,7 +128,7 @@ class Check:
         check_encodings(self, place, document)
 
     def check_depth(self, entry, place):
-        """Hits get the path of their drawing from a file three levels below .blocksMetadata."""
+        """Checks the depth: `dwgPath` is right only for files three levels below .blocksMetadata."""
         folders = re.split(r"[/\\]", entry)
         if ".blocksMetadata" in entry and (len(folders) < 4 or folders[-4] != ".blocksMetadata"):
             given = os.path.normpath(os.path.join(os.path.abspath(place), *[".."] * 4,
@@ -137,7 +137,7 @@ class Check:
                      "is not .blocksMetadata/ANY/DRAWING/FILE", f"gives hits the dwgPath {given}")
 
     def check_keys_of_library(self):
-        """A star in a name looks like a further field, unless all keys have further fields."""
+        """Reports keys with a star in the name, unless all keys have further fields."""
         if len(self.long_keys) < self.keys or self.keys == 1:
             self.findings += self.long_keys
         else:

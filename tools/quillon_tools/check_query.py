@@ -1,4 +1,4 @@
-"""What `check` finds in a query."""
+"""Checks a query."""
 from quillon_tools.check_blocks import check_vectors
 from quillon_tools.query_text import is_meaningless
 from quillon_tools.vectors import WIDTHS, is_array, type_name

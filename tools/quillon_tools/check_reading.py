@@ -1,4 +1,4 @@
-"""Reads a document for `check`, with what is wrong with it as a file, not as a library."""
+"""Reads a document for `check`, and finds what is wrong with the file itself."""
 import re
 from collections import Counter
 from pathlib import Path
@@ -16,7 +16,7 @@ SPARED_BYTES = 6.5  # a number, on average: more than 32-bit floats with their h
 
 
 def read_checked(check, path, program):
-    """The document, or UNREADABLE with a finding. Raises OSError for a file that is not there.
+    """Returns the document, or UNREADABLE with a finding. Raises OSError if there is no file.
 
     BJData of draft 1 reads as other numbers without an error, so the document comes in the byte
     order in which its vectors have plausible lengths, with a finding.
@@ -43,7 +43,7 @@ def read_checked(check, path, program):
 
 
 def check_draft(check, path, data, document, failure):
-    """The document in the byte order of draft 1 where that makes sense of its numbers."""
+    """Returns the document read as draft 1, if its numbers are sensible only then."""
     try:
         turned = ubjson.loads(data, ">", bjdata=True)
     except Exception:  # hostile bytes, as in parse_document
@@ -56,7 +56,7 @@ def check_draft(check, path, data, document, failure):
 
 
 def check_size(check, path, data, document):
-    """Whether the numbers take more bytes than 32-bit floats need."""
+    """Adds a note if the numbers take more bytes than 32-bit floats need."""
     numbers = sum(len(vector) for side in WIDTHS if isinstance(document, dict)
                   for vector in listed(document.get(side)) if is_array(vector))
     if path.suffix == ".json":
@@ -72,7 +72,7 @@ def check_size(check, path, data, document):
 
 
 def has_plausible_numbers(document):
-    """Whether there are vectors, and numbers in them that unit vectors could have."""
+    """True if there are vectors with numbers that unit vectors can have."""
     if not isinstance(document, dict):
         return False
     largest = 0

@@ -1,4 +1,4 @@
-"""The command line: chooses the verb, and turns what ends it into a message and an exit status."""
+"""The command line: calls the verb, and turns exceptions into a message and an exit status."""
 import argparse
 import os
 import sys
@@ -18,12 +18,12 @@ VERBS = {
 EPILOG = """\
 Each verb has its own help with examples: quillon-tools VERB --help
 
-exit status: 0 fine, 1 findings or failures, 2 wrong usage
+exit status: 0 success, 1 findings or failures, 2 wrong usage
 """
 
 
 def parser_of_verbs(chosen):
-    """The parser of all verbs. A verb is the module of its name, with - written as _.
+    """Returns the parser of all verbs. A verb is the module with its name, - written as _.
 
     Only the chosen one is imported, so that no verb needs the packages of another.
     """

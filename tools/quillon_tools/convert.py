@@ -1,16 +1,16 @@
 """Converts between the six formats and NumPy's .npz: one document, or a library with its list.
-Numbers are written as 32-bit floats, all files anew; what is read stays as it is.
+Numbers are written as 32-bit floats. The files that are read are not changed.
 
-IN is a document of any kind, or an .npz of four arrays with n rows, one row a block:
+IN is a document, or an .npz of four arrays with n rows, one row for each block:
     shape    n × 512 numbers
     text     n × 384 numbers
     blocks   n texts, "name*code*handle"
     drawing  n texts, the name of the drawing that the block belongs to
 
-OUT is a document (.json .bson .cbor .msgpack .ubj .jdb), an .npz, or a folder. A folder takes a
-whole library: from an .npz the files DRAWING/encodings.FORMAT, from a list all of its files in
-folders of the same names, below the folder that all have in common, so that that folder itself
-takes the new files beside the old ones. Its filelist.json lists them by absolute paths.
+OUT is a document (.json .bson .cbor .msgpack .ubj .jdb), an .npz, or a folder for a whole library.
+From an .npz, the folder gets the files DRAWING/encodings.FORMAT. From a list, it gets all files in
+subfolders with the same names as in the library. If OUT is the common folder of the library, each
+new file is beside the old one. OUT/filelist.json lists the new files by absolute paths.
 
 examples:
   quillon-tools convert blocks.npz library             a library from NumPy arrays
@@ -35,7 +35,7 @@ def add_arguments(parser):
     parser.add_argument("source", type=Path, metavar="IN", help="a document or .npz")
     parser.add_argument("target", type=Path, metavar="OUT", help="a document, .npz or folder")
     parser.add_argument("--format", choices=[name[1:] for name in READERS], default="cbor",
-                        help="format of the encodings files of a library; cbor unless given")
+                        help="format of the encodings files of a library (default: cbor)")
     parser.add_argument("--normalise", action="store_true", help="scale every vector to length 1")
     parser.add_argument("--replace-stars", action="store_true",
                         help="write * in names as _; code and handle are then the last two fields")
@@ -57,7 +57,7 @@ def run(options):
 
 
 def convert(source, target, options, other_lengths):
-    """Writes the target and gives its path, that of the list in a folder."""
+    """Writes the target and returns its path, or that of the list for a folder."""
     if source.suffix == ".npz":
         return convert_drawings(read_npz(source), options, other_lengths)
     document = read_document(source)
@@ -75,7 +75,7 @@ def convert(source, target, options, other_lengths):
 
 
 def convert_drawings(drawings, options, other_lengths):
-    """Writes the (name, path, Encodings) of a library. Those of an .npz are all tried before."""
+    """Writes the (name, path, Encodings) of a library. Those of an .npz are all checked first."""
     target = options.target
     changed = ((name, path, changed_encodings(encodings, path, options, other_lengths))
                for name, path, encodings in drawings)
@@ -97,7 +97,7 @@ def is_encodings(document):
 
 
 def converted(document, options, other_lengths):
-    """The document with matrices of 32-bit floats, scaled and renamed if that is wanted."""
+    """Returns the document with matrices of 32-bit floats, on request scaled and renamed."""
     source = options.source
     if is_encodings(document):
         encodings = encodings_of(source, document)
@@ -125,7 +125,7 @@ def without_stars(key):
 
 
 def scaled(matrix, path, side, blocks, options, other_lengths):
-    """The rows divided by their lengths if that is wanted. Lengths other than 1 are counted."""
+    """Returns the rows, on request divided by their lengths. Counts lengths other than 1."""
     lengths = lengths_of(matrix)
     other_lengths[side] += int((abs(lengths - 1) > LENGTH_TOLERANCE).sum())
     other_lengths["all"] += len(lengths) if side == "shape" else 0

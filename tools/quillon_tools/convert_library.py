@@ -8,7 +8,7 @@ from quillon_tools.library import read_encodings
 
 
 def read_library(paths):
-    """(name, path, Encodings) of each file, the name being its folder below the common folder."""
+    """Yields (name, path, Encodings) of each file. The name is its folder below the common folder."""
     absolute = [Path(os.path.abspath(path)) for path in paths]
     try:
         common = os.path.commonpath([root_of(path) for path in absolute])
@@ -19,13 +19,13 @@ def read_library(paths):
 
 
 def root_of(path):
-    """The folder R of R/.blocksMetadata/X/D/file or R/D/file, which is not part of the name."""
+    """Returns the folder R of R/.blocksMetadata/X/D/file or R/D/file."""
     levels = 4 if len(path.parts) > 4 and path.parts[-4] == ".blocksMetadata" else 2
     return path.parents[min(levels, len(path.parents)) - 1]
 
 
 def write_library(folder, drawings, extension, source):
-    """One encodings file a drawing and FOLDER/filelist.json. Gives the path of the list."""
+    """Writes one encodings file for each drawing, and FOLDER/filelist.json. Returns its path."""
     file_list = folder / "filelist.json"
     if file_list.exists() and source.exists() and file_list.samefile(source):
         raise UserError(f"{file_list}: is IN, and would be replaced")

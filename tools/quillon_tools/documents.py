@@ -1,8 +1,8 @@
-"""Documents of the six formats as files, chosen by extension as the program chooses.
+"""Reads and writes documents in the six formats. The extension chooses the format, as in the program.
 
 A document is a tree of dict, list, str, int, float, bool and None. A NumPy matrix in it stands for
-an array of arrays of 32-bit floats: writers take it, and the reader of CBOR gives it where all rows
-are stored alike, since a number at a time is slow. Codecs are imported when needed.
+an array of arrays of 32-bit floats. Writers accept such a matrix, and the reader of CBOR returns one
+if all rows are stored in the same way. Codecs are imported when needed.
 """
 import json
 import re
@@ -51,7 +51,7 @@ def write_json(document):
 
 
 def json_text(value):
-    """JSON text. Numbers of matrices have the 9 digits that tell 32-bit floats apart."""
+    """Returns JSON text. Numbers of matrices have the 9 digits that 32-bit floats need."""
     if isinstance(value, np.ndarray):
         rows = (",".join(["%.9g" % number for number in row]) for row in value.tolist())
         return "[" + ",".join(f"[{row}]" for row in rows) + "]"
@@ -102,7 +102,7 @@ WRITERS = {
 
 
 def parse_document(data, extension):
-    """The document of these bytes. Raises ValueError with the decoder's words if there is none."""
+    """Returns the document of these bytes. Raises ValueError with the text of the decoder."""
     try:
         return READERS[extension](data)
     except Exception as error:  # decoders of hostile bytes raise what they like
@@ -110,7 +110,7 @@ def parse_document(data, extension):
 
 
 def read_document(path):
-    """The document in the file. Raises UserError, which names the file."""
+    """Returns the document in the file. Raises UserError, which names the file."""
     path = Path(path)
     if path.suffix not in READERS:
         raise UserError(f"{path}: the extension is none of {' '.join(READERS)}")

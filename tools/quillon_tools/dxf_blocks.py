@@ -1,4 +1,4 @@
-"""The blocks of a DXF drawing as lines and texts, by ezdxf. Part of the example encoder."""
+"""Reads the blocks of a DXF drawing as lines and texts, with ezdxf. Part of the example encoder."""
 import hashlib
 import logging
 import re
@@ -23,7 +23,7 @@ class Block:
 
 
 def read_blocks(path):
-    """The blocks of the drawing with something to see, and the model space with the handle 0.
+    """Returns the blocks of the drawing that have lines, and the model space with the handle 0.
 
     Raises ezdxf's errors, and others on hostile files.
     """
@@ -43,20 +43,20 @@ def read_blocks(path):
 
 
 def with_proper_escapes(data):
-    """The bytes with the digits of \\U+00E4 in capitals, since ezdxf 0.18 fails on others."""
+    """Writes the digits of \\U+00E4 in capitals, because ezdxf 0.18 fails on small letters."""
     data = re.sub(rb"\\U\+[0-9A-Fa-f]{4}", lambda found: b"\\U" + found[0][2:].upper(), data)
     return re.sub(rb"\\U\+(?![0-9A-F]{4})", b"U+", data)
 
 
 def is_own_block(layout):
-    """Not a layout, the picture of a dimension, or an arrow head."""
+    """True unless it is a layout, the picture of a dimension or an arrow head."""
     from ezdxf.render.arrows import ARROWS
     return not (layout.block_record.is_any_layout or layout.name.upper().startswith("*D")
                 or ARROWS.is_acad_arrow(ARROWS.arrow_name(layout.name)))
 
 
 def block_of(layout, name, handle):
-    """The Block, or None where there are fewer than two entities or no lines."""
+    """Returns the Block, or None if there are fewer than two entities or no lines."""
     if len(layout) < 2:
         return None
     primitives = list(islice(primitives_of(layout), MOST_PRIMITIVES))
@@ -82,7 +82,7 @@ def block_of(layout, name, handle):
 
 
 def primitives_of(layout):
-    """The lines, curves and boxes of texts, those of nested inserts included.
+    """Returns lines, curves and boxes of texts, also from nested inserts.
 
     What ezdxf cannot compute, such as an insert scaled by 0, is left out.
     """
@@ -97,14 +97,14 @@ def primitives_of(layout):
 
 
 def size_of(primitives):
-    """The longer side of the box around all control points."""
+    """Returns the longer side of the box around all control points."""
     corners = [(point.x, point.y) for primitive in primitives if primitive.path
                for point in primitive.path.control_vertices()]
     return float(np.ptp(np.array(corners), axis=0).max()) if corners else 0.0
 
 
 def points_of(primitive, distance):
-    """n × 2 finite points of the path, n > 1; None for points and meshes."""
+    """Returns n × 2 finite points of the path, n > 1; None for points and meshes."""
     if primitive.path is None or len(primitive.path) == 0:
         return None
     try:
@@ -116,7 +116,7 @@ def points_of(primitive, distance):
 
 
 def text_of(entity):
-    """The text of a text entity, the tag and the text of an attribute."""
+    """Returns the text of a text entity, or the tag and the text of an attribute."""
     kind = entity.dxftype()
     if kind == "MTEXT":
         return entity.plain_text()

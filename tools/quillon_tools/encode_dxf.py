@@ -1,9 +1,9 @@
-"""Makes a library out of DXF drawings. This is an example of an encoder, to see the whole way from
-drawings to hits: its vectors tell lines and words apart, and know nothing of what blocks mean.
+"""Makes a library out of DXF drawings. This is an example of an encoder, for trying everything from
+drawings to hits. Its vectors compare lines and words, and not the meaning of blocks.
 
 OUTPUT gets filelist.json with an encodings file for each drawing, queries/ with some of the blocks,
 pictures/ with an SVG of every block and query, and drawings/ with the drawings themselves (hard
-links where that is possible), so that hits lead to them. Vectors of different runs do not compare.
+links if possible), so that hits lead to them. Vectors of different runs cannot be compared.
 
 examples:
   quillon-tools encode-dxf drawings --output library
@@ -40,10 +40,10 @@ def add_arguments(parser):
     parser.add_argument("drawings", nargs="+", metavar="DRAWINGS",
                         help="DXF files, or folders of them")
     parser.add_argument("--output", type=Path, default=Path("library"), metavar="FOLDER",
-                        help="folder of the library; library unless given")
+                        help="folder of the library (default: library)")
     parser.add_argument("--queries", nargs="+", metavar="NAME",
-                        help=f"blocks of these names, * for any letters; {QUERIES} blocks from all "
-                        "over the drawings unless given")
+                        help="blocks of these names, * for any letters "
+                        f"(default: {QUERIES} blocks from all over the drawings)")
 
 
 def run(options):
@@ -71,7 +71,7 @@ def run(options):
 
 
 def drawing_paths(words):
-    """(path, name below OUTPUT/drawings) of every drawing, those of folders in their order."""
+    """Returns (path, name below OUTPUT/drawings) of every drawing, in sorted order in folders."""
     found = {}
     for word in map(Path, words):
         paths = sorted(path for path in word.rglob("*") if path.suffix.lower() == ".dxf") \
@@ -86,18 +86,18 @@ def drawing_paths(words):
 
 
 def encoded_shapes(path):
-    """The blocks of the drawing that have a shape, with their shape vectors."""
+    """Returns the blocks of the drawing that have a shape, with their shape vectors."""
     blocks = [(block, shape_vector(block.lines)) for block in read_blocks(path)]
     return [(block, shape) for block, shape in blocks if shape is not None]
 
 
 def words_of(path, block):
-    """What the text vector is about. The name counts more than the rest."""
+    """Returns the words for the text vector. The name counts more than the others."""
     return " ".join([*[block.name] * 3, *block.texts, *block.layers, path.stem, path.parent.name])
 
 
 def write_library(output, drawings, texts):
-    """The encodings file of each drawing, the list, the drawings and the pictures."""
+    """Writes the encodings files, the list, the drawings and the pictures."""
     pictures = output / "pictures"
     pictures.mkdir(parents=True, exist_ok=True)
     files, first = [], 0
@@ -132,7 +132,7 @@ def link_or_copy(source, target):
 
 
 def write_queries(folder, pictures, blocks, texts, names):
-    """The queries with their pictures. Gives their number; duplicates of a code are one."""
+    """Writes the queries with their pictures, one for each code. Returns their number."""
     chosen = {}
     for row in range(len(blocks)):
         block = blocks[row][1]

@@ -1,5 +1,5 @@
-"""The one exception whose text is meant for the user."""
+"""The exception whose text is shown to the user."""
 
 
 class UserError(Exception):
-    """A mistake in the input. Its text names the file, and the block where there is one."""
+    """A mistake in the input. The text names the file, and the block if there is one."""

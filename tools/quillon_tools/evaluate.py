@@ -3,10 +3,11 @@ every query, by name or code, in any order:
 
     {"queries/door.json": ["Door 90", "3FB23430D53C9809"], "queries/tree.json": ["ARBRE10"]}
 
-Paths of queries start at the current folder, or else at that of ANSWERS. For every method and /topk
-the table has the share of queries with a right block among the first 1, 5 and 10 hits, the mean
-reciprocal rank (1 for a first hit that is right, 1/2 for the second, 0 for none), and the mean time
-of a search with the others in parallel.
+Paths of queries start at the current folder or, if there is no such file, at the folder of ANSWERS.
+The table has a row for every method and /topk. hit@1, hit@5 and hit@10 are the shares of queries
+with a right block among the first 1, 5 and 10 hits. MRR is the mean reciprocal rank of the first
+right hit: 1 for the first hit, 1/2 for the second, 0 for none. ms is the mean time of a search while
+the others run in parallel.
 
 examples:
   quillon-tools evaluate answers.json --list filelist.json
@@ -35,17 +36,17 @@ HEAD = ["method", "topk", *[f"hit@{place}" for place in PLACES], "MRR", "ms"]
 def add_arguments(parser):
     parser.add_argument("answers", metavar="ANSWERS", help="the right blocks of every query")
     parser.add_argument("--list", required=True, metavar="LIST", help="the library")
-    parser.add_argument("--program", metavar="PATH", help="quillon on the PATH unless given")
+    parser.add_argument("--program", metavar="PATH", help="path of the program (default: quillon, found through PATH)")
     parser.add_argument("--methods", nargs="+", choices=list(METHODS.values()),
                         default=list(METHODS.values()), metavar="METHOD",
-                        help="methods to measure; all unless given")
+                        help="methods to measure (default: all)")
     parser.add_argument("--topk", nargs="+", type=int, default=[5, 10], metavar="NUMBER",
-                        help="hits of a query at most, one or more; 5 and 10 unless given")
-    parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold; 0.3 unless given")
+                        help="largest number of hits of a query, one or more (default: 5 and 10)")
+    parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold (default: 0.3)")
     parser.add_argument("--jobs", type=positive, default=processors(), metavar="NUMBER",
-                        help="searches at a time; one a processor unless given")
+                        help="searches at a time (default: one for each processor)")
     parser.add_argument("--table", choices=list(TABLES), default="text",
-                        help="form of the table; text unless given")
+                        help="form of the table (default: text)")
 
 
 def run(options):
@@ -63,7 +64,7 @@ def run(options):
 
 
 def read_answers(path):
-    """The sets of right names and codes by the paths of the queries."""
+    """Returns the sets of right names and codes by the paths of the queries."""
     document = read_document(path)
     if not isinstance(document, dict) or not document:
         raise UserError(f"{path}: is no object with queries and their answers")
@@ -78,7 +79,7 @@ def read_answers(path):
 
 
 def search(searches, answers, options):
-    """The rank of the first right hit of every query, None for none, and the seconds of each."""
+    """Returns for every query the rank of the first right hit, or None, and the seconds."""
     with tempfile.TemporaryDirectory() as folder, ThreadPoolExecutor(options.jobs) as pool:
         outputs = [Path(folder, f"{number}.json") for number in range(len(answers))]
         try:
@@ -100,7 +101,7 @@ def first_right(hits, right):
 
 
 def rates(ranks):
-    """The hit rates at the PLACES and the mean reciprocal rank, each from 0 to 1."""
+    """Returns the hit rates at the PLACES and the mean reciprocal rank, each from 0 to 1."""
     found = [sum(rank is not None and rank <= place for rank in ranks) for place in PLACES]
     return [round(number / len(ranks), 3)
             for number in [*found, sum(1 / rank for rank in ranks if rank)]]

@@ -1,4 +1,4 @@
-"""Lists and encodings files for verbs that need them whole: the first mistake is a UserError."""
+"""Reads lists and encodings files for verbs that need them complete: a mistake is a UserError."""
 import os
 from dataclasses import dataclass
 
@@ -18,7 +18,7 @@ class Encodings:
 
 
 def list_files(path, document):
-    """The paths of the files of a list document, each as it can be opened from here.
+    """Returns the paths of the files of a list, relative to the working folder.
 
     Relative paths start at the current folder, as in the program, or else at the list's folder.
     """
@@ -33,7 +33,7 @@ def list_files(path, document):
 
 
 def encodings_of(path, document):
-    """The Encodings in an encodings document."""
+    """Returns the Encodings of an encodings document."""
     for name in ["blocks", *WIDTHS]:
         if not isinstance(document, dict) or not is_array(document.get(name)):
             raise UserError(f"{path}: has no array {name}")
@@ -53,7 +53,7 @@ def read_encodings(path):
 
 
 def matrix_of(path, side, vectors, blocks=None):
-    """The vectors of one side as a matrix; all are complete and finite."""
+    """Returns the vectors of one side as a matrix. All must be complete and finite."""
     rows = rows_of(vectors, WIDTHS[side])
 
     def fail(number, problem):

@@ -1,4 +1,4 @@
-"""NumPy's .npz with the blocks of a library: the arrays shape, text, blocks and drawing."""
+"""Reads and writes NumPy's .npz with a library: the arrays shape, text, blocks and drawing."""
 import re
 import zipfile
 
@@ -10,7 +10,7 @@ from quillon_tools.vectors import WIDTHS
 
 
 def read_npz(path):
-    """(drawing, path, Encodings) of each drawing in the order of their first rows."""
+    """Returns (drawing, path, Encodings) of each drawing in the order of their first rows."""
     arrays = read_arrays(path)
     check_keys(path, arrays["blocks"].tolist(), arrays["drawing"].tolist())
     names, first_rows, drawing_of_row = np.unique(
@@ -26,7 +26,7 @@ def read_npz(path):
 
 
 def read_arrays(path):
-    """The four arrays by name, of equal numbers of rows, the vectors finite 32-bit floats."""
+    """Returns the four arrays by name: equal numbers of rows, vectors of finite 32-bit floats."""
     arrays = {}
     try:
         with np.load(path) as file:  # without pickle: arrays of texts have the type U, not object
@@ -60,7 +60,7 @@ def size_text(array):
 
 
 def check_keys(path, blocks, drawings):
-    """Three fields a key, and one block with the handle 0 a drawing, since others would be lost."""
+    """Checks that keys have three fields, and a drawing one block with the handle 0 at most."""
     drawings_with_zero = set()
     for row, (key, drawing) in enumerate(zip(blocks, drawings)):
         if not is_folder_name(drawing):
@@ -76,13 +76,13 @@ def check_keys(path, blocks, drawings):
 
 
 def is_folder_name(drawing):
-    """A relative path with / that leads down, or a plain name."""
+    """True for a name, or a relative path with / that never leaves its folder."""
     return not re.search(r'[\\:\0]', drawing) and \
         all(part not in ("", ".", "..") for part in drawing.split("/"))
 
 
 def write_npz(target, drawings):
-    """Writes the (name, path, Encodings) of all drawings as four arrays. Gives the path."""
+    """Writes the (name, path, Encodings) of all drawings as four arrays. Returns the path."""
     found = list(drawings)
     target.parent.mkdir(parents=True, exist_ok=True)
     np.savez(target, blocks=np.array([key for *_, one in found for key in one.blocks], "U"),

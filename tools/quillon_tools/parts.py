@@ -1,4 +1,4 @@
-"""A library in parts: splits the list, and merges the results of the methods shape and text.
+"""Splits a list into parts, and merges the results of the methods shape and text.
 
 docs/scaling.md says what is exact.
 """
@@ -6,7 +6,7 @@ import json
 
 
 class Number(float):
-    """A number of a document that keeps the digits it was written with."""
+    """A number that keeps the digits of the document."""
 
     def __new__(cls, text):
         number = super().__new__(cls, text)
@@ -15,13 +15,13 @@ class Number(float):
 
 
 def split(files, parts):
-    """The files in parts of consecutive ones, fewer where there are fewer files."""
+    """Returns parts of consecutive files, fewer parts if there are fewer files."""
     ends = [len(files) * part // parts for part in range(parts + 1)]
     return [files[begin:end] for begin, end in zip(ends, ends[1:]) if begin < end]
 
 
 def merge(texts, k, *, dedup):
-    """The JSON text of one result from those of the parts, in the order of the list.
+    """Returns the JSON text of one result from those of the parts, in the order of the list.
 
     `k` is the /topk of the runs, -1 for all. Of equal codes the first in the list counts, as in one
     run, unless `dedup` is False. The index of a hit is its row in the whole library as long as no
@@ -46,7 +46,7 @@ def merge(texts, k, *, dedup):
 
 
 def text_of(value):
-    """Compact JSON text, the numbers as they were read."""
+    """Returns compact JSON text with the digits that were read."""
     if isinstance(value, Number):
         return value.text
     if isinstance(value, dict):

@@ -1,4 +1,4 @@
-"""Pictures of blocks for a page: each once, as a style that any number of cards can have."""
+"""Pictures of blocks for a page. Each picture is a CSS style, so the page contains it once."""
 import base64
 from pathlib import Path
 from urllib.parse import quote
@@ -8,7 +8,7 @@ TYPES = {".svg": "image/svg+xml", ".png": "image/png", ".jpg": "image/jpeg", ".j
 
 
 class Pictures:
-    """The pictures of a folder by the names of their files, a block's code or a query's file."""
+    """The pictures of a folder by their file names: a block's code or a query's name."""
 
     def __init__(self, folder):
         self.paths = {path.stem: path for path in sorted(Path(folder).iterdir())
@@ -16,18 +16,18 @@ class Pictures:
         self.styles = {}  # path: name of the style
 
     def style_of(self, name):
-        """The style that shows the picture, or None where there is none."""
+        """Returns the style with the picture, or None if there is none."""
         path = self.paths.get(name)
         return None if path is None else self.styles.setdefault(path, f"p{len(self.styles)}")
 
     def css(self):
-        """The rules of all styles that were asked for."""
+        """Returns the CSS rules of all styles that `style_of` has returned."""
         return "".join(f'.{style}{{background-image:url("{data_url(path)}")}}\n'
                        for path, style in self.styles.items())
 
 
 def data_url(path):
-    """The file within the page. Nothing in the text can end the rule or the style element."""
+    """Returns the file as an address for CSS. It cannot end the rule or the style element."""
     kind = TYPES[path.suffix.lower()]
     data = path.read_bytes()
     if kind == "image/svg+xml":

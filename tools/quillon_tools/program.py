@@ -1,4 +1,4 @@
-"""Starts the program quillon: one search, as a process of its own without a shell."""
+"""Starts the program quillon for one search, without a shell."""
 import os
 import shutil
 import subprocess
@@ -13,7 +13,7 @@ METHODS = {"Adaptive": "adaptive", "ByShape": "shape", "ByText": "text", "Simple
 
 @dataclass
 class Search:
-    """How one search ended. Everything but the first two is empty where it failed."""
+    """The end of one search. If it failed, only the first two members have values."""
     status: int
     message: str  # of a failure: the last line of the console
     seconds: float
@@ -22,7 +22,7 @@ class Search:
 
 
 def find_program(given):
-    """The path of the program. Raises UserError where there is none."""
+    """Returns the path of the program. Raises UserError if there is none."""
     found = shutil.which(given or "quillon")
     if found is None:
         where = f"{given}: is no program" if given else \
@@ -32,18 +32,20 @@ def find_program(given):
 
 
 def add_search_arguments(parser):
-    """The options that every search of the verb gets."""
-    parser.add_argument("--program", metavar="PATH", help="quillon on the PATH unless given")
+    """Adds the options that are passed to every search."""
+    parser.add_argument("--program", metavar="PATH",
+                        help="path of the program (default: quillon, found through PATH)")
     parser.add_argument("--method", choices=list(METHODS.values()), default="adaptive",
-                        help="how to rank; adaptive unless given")
+                        help="how to rank (default: adaptive)")
     parser.add_argument("--topk", type=int, metavar="NUMBER", default=5,
-                        help="hits of a query at most; 5 unless given, -1 for all")
-    parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold; 0.3 unless given")
-    parser.add_argument("--no-dedup", action="store_true", help="keep blocks of equal codes")
+                        help="largest number of hits of a query (default: 5; -1 for all)")
+    parser.add_argument("--min", type=float, metavar="NUMBER", help="threshold (default: 0.3)")
+    parser.add_argument("--no-dedup", action="store_true",
+                        help="search all blocks of equal codes, not only the first one")
 
 
 def search_options(options):
-    """The program's arguments for the options of `add_search_arguments`."""
+    """Returns the program's arguments for the options of `add_search_arguments`."""
     words = ["/method", options.method, "/topk", str(options.topk)]
     if options.min is not None:
         words += ["/min", repr(options.min)]
@@ -51,7 +53,7 @@ def search_options(options):
 
 
 class Searches:
-    """Searches that can be stopped from another thread, each with one thread for its products."""
+    """Searches that can be stopped from another thread."""
 
     def __init__(self, program, options):
         self.program, self.options = program, options
@@ -59,7 +61,7 @@ class Searches:
         self.is_stopped = False
 
     def run(self, file_list, query, output):
-        """One search. The output appears whole, or not at all where the search fails."""
+        """Runs one search. Writes the complete output, or none if the search fails."""
         partial = Path(output).with_name(f".{os.getpid()}-{Path(output).name}")
         words = [self.program, "/filelist", file_list, "/encode", query, "/output", partial,
                  *self.options]
@@ -83,17 +85,17 @@ class Searches:
             partial.unlink(missing_ok=True)
 
     def stop(self):
-        """Ends the running searches and lets no other begin."""
+        """Ends the running searches, and prevents further ones."""
         self.is_stopped = True
         for process in list(self.running):
             process.kill()
 
 
 def ended(status, console, seconds):
-    """The Search that its console tells of."""
+    """Returns the Search that the console describes."""
     lines = console.replace("\r\n", "\n").rstrip("\n").split("\n")
     if status != 0:
-        # -1 is seen as 255 on Linux and as 4294967295 on Windows.
+        # -1 is 255 on Linux and 4294967295 on Windows.
         return Search(255 if status == 4294967295 else status,
                       lines[-1].removeprefix("exception: "), seconds)
     ran = next((line for line in lines if line.startswith("     queryType: ")), "")

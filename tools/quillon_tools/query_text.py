@@ -1,8 +1,8 @@
-"""Which query texts say nothing, so that the program searches by shape whatever the method."""
+"""Finds query texts for which the program searches by shape, whatever the method."""
 
 
 def is_meaningless(text):
-    """Under 3 bytes, blanks and digits alone, unprintable, or a made-up name of a CAD program."""
+    """True for texts under 3 bytes, only blanks and digits, unprintable, or A$C names."""
     return (len(text.encode("utf-8", "surrogatepass")) < 3
             or all(letter in " \t\n\v\f\r0123456789" for letter in text)
             or not all(map(is_printable, text))

@@ -19,7 +19,7 @@ from pathlib import Path, PurePosixPath, PureWindowsPath
 from quillon_tools.documents import READERS, read_document
 from quillon_tools.errors import UserError
 from quillon_tools.pictures import Pictures
-from quillon_tools.results import drawing_name, is_adaptive, read_result
+from quillon_tools.results import drawing_name, is_adaptive, read_result, value_label
 from quillon_tools.texts import counted
 
 PAGE = Path(__file__).parent / "page"
@@ -28,7 +28,7 @@ PAGE = Path(__file__).parent / "page"
 def add_arguments(parser):
     parser.add_argument("results", nargs="+", metavar="RESULTS", help="results, or folders of them")
     parser.add_argument("--output", type=Path, default=Path("report.html"), metavar="FILE",
-                        help="the page; report.html unless given")
+                        help="the page (default: report.html)")
     parser.add_argument("--pictures", metavar="FOLDER", help="pictures of blocks and queries")
     parser.add_argument("--queries", metavar="FOLDER", help="queries, for their texts")
     parser.add_argument("--svg", type=Path, metavar="FILE",
@@ -72,7 +72,7 @@ def draw_chart(paths, pictures):
 
 
 def shown_queries(paths, pictures, query_folder):
-    """The queries in the order of their first results, with everything that the page shows."""
+    """Returns the queries in the order of their first results, with the data for the page."""
     texts = {path.stem: path for path in Path(query_folder).iterdir() if path.suffix in READERS} \
         if query_folder else {}
     results_by_name = {}
@@ -84,7 +84,7 @@ def shown_queries(paths, pictures, query_folder):
 
 
 def query_text(path):
-    """The first text of the query, or an empty one."""
+    """Returns the first text of the query, or an empty one."""
     document = read_document(path) if path else None
     texts = document.get("queryText") if isinstance(document, dict) else None
     return texts[0] if isinstance(texts, list) and texts and isinstance(texts[0], str) else ""
@@ -95,7 +95,7 @@ def shown_result(path, document, pictures):
     largest = max((hit["distOrScore"] or 0 for hit in hits), default=0) or 1
     return {
         "title": os.path.basename(os.path.dirname(os.path.abspath(path))), "path": str(path),
-        "scores": scores,
+        "label": value_label(document),
         "weights": [hits[0]["shapeWeight"] or 0, hits[0]["textWeight"] or 0] if scores else None,
         "failed": document["stats"].get("failedDrawings", 0)
                   if isinstance(document["stats"], dict) else 0,
@@ -109,14 +109,14 @@ def shown_result(path, document, pictures):
 
 
 def file_url(path):
-    """The address of an absolute path of any system, "" for another."""
+    """Returns the address of an absolute path of any system, "" for a relative path."""
     if re.match(r"[A-Za-z]:[/\\]|\\\\[^\\]+\\[^\\]", path):
         return PureWindowsPath(path).as_uri()
     return PurePosixPath(path).as_uri() if path.startswith("/") else ""
 
 
 def render(queries, pictures):
-    """The page. Every text in it is escaped by the template engine."""
+    """Returns the page. The template engine escapes every text."""
     import jinja2
     environment = jinja2.Environment(loader=jinja2.FileSystemLoader(PAGE), autoescape=True,
                                      trim_blocks=True, lstrip_blocks=True)

@@ -1,4 +1,4 @@
-"""Result documents: read with a check of every member, since they may come from anywhere."""
+"""Reads result documents. Checks every member, because results may come from other programs."""
 import math
 import re
 
@@ -10,7 +10,7 @@ NUMBERS = ["distOrScore", "shapeWeight", "textWeight"]
 
 
 def read_result(path):
-    """The document, in which `blocks` is a list of complete hits and numbers are finite or None."""
+    """Returns the document: `blocks` is a list of complete hits, numbers are finite or None."""
     document = read_document(path)
     if not isinstance(document, dict) or "stats" not in document or "blocks" not in document:
         raise UserError(f"{path}: is no result")
@@ -37,10 +37,20 @@ def checked_hit(path, number, hit):
 
 
 def is_adaptive(document):
-    """Whether the hits have scores; the other methods give distances, and weights of 0."""
+    """True if the hits have scores. The other methods give distances, and weights of 0."""
     return any(hit["shapeWeight"] or hit["textWeight"] for hit in document["blocks"])
 
 
+def value_label(document):
+    """Returns the meaning of distOrScore. Only the hits of simple have distances out of order."""
+    if is_adaptive(document):
+        return "score, higher is better"
+    distances = [hit["distOrScore"] for hit in document["blocks"] if hit["distOrScore"] is not None]
+    if distances != sorted(distances):
+        return "squared distance of the shapes, hits in the order of their texts"
+    return "squared distance, lower is better"
+
+
 def drawing_name(hit):
-    """The file name of the drawing, from a path of any system, or its folder."""
+    """Returns the file name of the drawing, from a path of any system, or its folder."""
     return re.split(r"[/\\]", hit.get("dwgPath") or hit.get("dwgPathHash") or "")[-1]

@@ -1,12 +1,12 @@
 """Searches for many queries with the program, as many at a time as there are processors. A query
-that fails does not end the others; Ctrl-C ends all and leaves the results that are complete. Each
-query's result is OUTPUT/<name of the query>.json. Paths in the list start at the current folder.
+that fails does not end the others. Ctrl-C ends all and leaves only complete results. The result of
+each query is OUTPUT/<name of the query>.json. Paths in the list start at the current folder.
 
 With --parts the list is searched in parts, each with a part of the memory, and the results of a
-query are merged: exact for the methods shape and text, and refused for the others. With --slurm the
-parts (the queries, if there is one part) are the tasks of a job array; the current folder and
-OUTPUT have to be on a file system that all machines share, and sbatch takes its options from
-variables such as SBATCH_PARTITION.
+query are merged. This is exact for the methods shape and text; the others are rejected. With --slurm
+the parts are the tasks of a job array, or the queries if there is one part. The current folder and
+OUTPUT must be on a file system that all machines share. Variables such as SBATCH_PARTITION set the
+options of sbatch.
 
 examples:
   quillon-tools run queries --list filelist.json
@@ -41,7 +41,7 @@ HEAD = ["query", "status", "method", "hits", "ms", "message"]
 
 @dataclass
 class Query:
-    """One query, its searches of the parts as (list, query, output), and where the result goes."""
+    """One query: the searches of its parts as (list, query, output), and the path of the result."""
     path: str
     result: Path
     searches: list
@@ -51,14 +51,14 @@ def add_arguments(parser):
     parser.add_argument("queries", nargs="+", metavar="QUERIES", help="queries, or folders of them")
     parser.add_argument("--list", required=True, metavar="LIST", help="the library")
     parser.add_argument("--output", type=Path, default=Path("results"), metavar="FOLDER",
-                        help="folder of the results; results unless given")
+                        help="folder of the results (default: results)")
     parser.add_argument("--jobs", type=positive, metavar="NUMBER", default=processors(),
-                        help="searches at a time; one a processor unless given")
+                        help="searches at a time (default: one for each processor)")
     parser.add_argument("--parts", type=positive, default=1, metavar="NUMBER",
                         help="search the library in so many parts and merge the results")
     parser.add_argument("--slurm", action="store_true", help="run as a job array of Slurm")
     parser.add_argument("--summary", choices=list(TABLES), default="text",
-                        help="form of the table that is printed; text unless given")
+                        help="form of the table that is printed (default: text)")
     add_search_arguments(parser)
 
 
@@ -70,7 +70,7 @@ def positive(text):
 
 
 def processors():
-    """Those that this process may use: two searches of one thread beat one of two."""
+    """Returns the number of processors that this process may use."""
     return len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count() or 1
 
 
@@ -101,7 +101,7 @@ def run(options):
 
 
 def query_paths(words):
-    """The queries by the names of their results."""
+    """Returns the queries by the names of their results."""
     paths = {}
     for word in words:
         found = sorted(str(path) for path in Path(word).iterdir() if path.suffix in READERS) \
@@ -117,7 +117,7 @@ def query_paths(words):
 
 
 def planned(paths, options, folder):
-    """The searches of all queries; the lists of the parts are written into the folder."""
+    """Returns the searches of all queries. Writes the lists of the parts into the folder."""
     lists = [options.list]
     if options.parts > 1:
         document = read_document(options.list)
@@ -137,7 +137,7 @@ def planned(paths, options, folder):
 
 
 def run_here(program, queries, options):
-    """Whether Ctrl-C ended it, and the Search of each output that began."""
+    """Returns whether Ctrl-C ended it, and the Search of each output that was started."""
     from tqdm import tqdm
     searches = Searches(program, search_options(options))
     ends, is_stopped = {}, False
@@ -148,7 +148,7 @@ def run_here(program, queries, options):
         waiting = set(futures)
         try:
             while waiting:
-                # Without a limit of time Windows would not let Ctrl-C through.
+                # With a time limit, because otherwise Ctrl-C has no effect on Windows.
                 done, waiting = wait(waiting, timeout=0.5, return_when=FIRST_COMPLETED)
                 ends.update((futures[one], one.result()) for one in done)
                 bar.update(len(done))
@@ -169,7 +169,7 @@ def run_slurm(program, queries, options, folder):
 
 
 def summary_row(query, ends, options):
-    """What became of the query; merges the results of its parts."""
+    """Merges the results of the query's parts. Returns its row of the summary."""
     outputs = [output for *_, output in query.searches]
     found = [ends.get(str(output), Search(1, "stopped", 0.0)) for output in outputs]
     for number, end in enumerate(found):

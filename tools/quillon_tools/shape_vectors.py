@@ -1,9 +1,9 @@
 """An example of a shape vector: a histogram of directions. Part of the example encoder.
 
-The lines are scaled to a unit box and drawn on a raster of 128 × 128. For 8 × 8 cells and 8
-directions (modulo 180 degrees) the pixels are counted, with linear interpolation between
-neighbouring cells and directions. Then the square root, a slight smoothing over the cells, and
-length 1. The vector does not depend on position and scale, but on rotation and mirroring.
+The lines are scaled to a unit box and drawn on a raster of 128 × 128 pixels. The pixels are counted
+for 8 × 8 cells and 8 directions (modulo 180 degrees), with linear interpolation between neighbouring
+cells and directions. The square roots of the counts are smoothed slightly over the cells and scaled
+to length 1. The vector depends on rotation and mirroring, but not on position and scale.
 """
 import numpy as np
 
@@ -13,7 +13,7 @@ SMOOTHING = np.array([1, 6, 1]) / 8
 
 
 def shape_vector(lines):
-    """512 floats of length 1 for arrays of n × 2 points; None where all points are one."""
+    """Returns 512 floats of length 1 for arrays of n × 2 points; None if all points are equal."""
     pixels, angles = drawn(lines)
     if len(pixels) == 0:
         return None
@@ -37,7 +37,7 @@ def shape_vector(lines):
 
 
 def drawn(lines):
-    """The pixels (n × 2, column and row) and directions (n) that the lines cross, each once."""
+    """Returns the pixels (n × 2, column and row) and directions (n) of the lines, each once."""
     starts = np.concatenate([line[:-1] for line in lines])
     ends = np.concatenate([line[1:] for line in lines])
     low = np.minimum(starts.min(axis=0), ends.min(axis=0))

@@ -22,7 +22,7 @@ case $SLURM_ARRAY_TASK_ID in
 
 
 def run_array(program, options, groups, folder):
-    """Runs every group of (list, query, output) as one task of an array and waits for them.
+    """Runs every group of (list, query, output) as one task of a job array, and waits for all.
 
     Gives the Search of each output. Options for sbatch come from its own variables, SBATCH_...
     """
@@ -42,7 +42,7 @@ def run_array(program, options, groups, folder):
 
 
 def read_end(output):
-    """The Search whose console lies beside its output."""
+    """Returns the Search of an output, from the files OUTPUT.status and OUTPUT.console."""
     try:
         status = int(Path(f"{output}.status").read_text())
         console = Path(f"{output}.console").read_text(encoding="utf-8", errors="replace")

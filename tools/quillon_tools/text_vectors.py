@@ -1,9 +1,8 @@
 """An example of text vectors: weighted n-grams of letters. Part of the example encoder.
 
-Words are cut into pieces of 3 to 5 letters, counted, and weighed by how rare they are among the
-blocks. With at least 384 blocks the vectors are reduced by a singular value decomposition of these
-blocks; with fewer, every piece falls on one of 384 places. Either way vectors of different runs do
-not compare.
+Words are cut into pieces of 3 to 5 letters. The pieces are counted, and rare ones weigh more. With
+at least 384 blocks, a singular value decomposition reduces the vectors. With fewer, every piece is
+hashed to one of 384 places. Vectors of different runs cannot be compared.
 """
 import re
 import zlib
@@ -16,7 +15,7 @@ WIDE = 2048  # places of the pieces before the decomposition
 
 
 def text_vectors(documents):
-    """n × 384 floats, rows of length 1, for the words of n blocks."""
+    """Returns n × 384 floats, rows of length 1, for the words of n blocks."""
     counts = [Counter(pieces(document)) for document in documents]
     found_in = Counter(piece for count in counts for piece in count)
     is_wide = len(documents) >= WIDTH
@@ -28,11 +27,11 @@ def text_vectors(documents):
             row[hashed % len(row)] += (1 + np.log(times)) * rarity * (1 if hashed >> 31 else -1)
     features /= np.maximum(np.linalg.norm(features, axis=1), 1e-9)[:, None]
     if is_wide:
-        # The triangle has the right singular vectors of the features, and at most WIDE rows.
+        # The triangle has the same right singular vectors as the features, and at most WIDE rows.
         triangle = np.linalg.qr(features, mode="r")
         features = features @ np.linalg.svd(triangle, full_matrices=False)[2][:WIDTH].T
     lengths = np.linalg.norm(features, axis=1)
-    features[lengths == 0, 0] = 1  # blocks without a word
+    features[lengths == 0, 0] = 1  # blocks without words
     return (features / np.maximum(lengths, lengths == 0)[:, None]).astype(np.float32)
 
 

@@ -5,13 +5,13 @@ import json
 
 
 def printable(text):
-    """The text on one line, with everything that could move a cursor written as an escape."""
+    """Returns the text on one line. Characters that could move a cursor become escapes."""
     return "".join(letter if letter.isprintable() else letter.encode("unicode_escape").decode()
                    for letter in str(text))
 
 
 def text_table(head, rows):
-    """Columns aligned by blanks, numbers to the right, without blanks at the ends of lines."""
+    """Returns columns aligned with blanks, numbers to the right, no blanks at line ends."""
     lines = [list(map(printable, row)) for row in [head, *rows]]
     widths = [max(map(len, column)) for column in zip(*lines)]
     is_number = [all(isinstance(row[place], (int, float)) or row[place] == "" for row in rows)
@@ -38,5 +38,5 @@ def json_table(head, rows):
 
 
 def counted(number, noun):
-    """"1 file", "2 files"."""
+    """Returns "1 file", "2 files"."""
     return f"{number:,} {noun}{'' if number == 1 else 's'}"

@@ -1,7 +1,7 @@
 """Reads and writes UBJSON and BJData draft 2, which differ in the byte order and in four markers.
 
-UBJSON is big-endian, BJData draft 2 little-endian. Draft 1 of BJData was big-endian: `loads` reads
-it when told so. Runs of floats are decoded by NumPy, since a marker at a time is slow.
+UBJSON is big-endian, BJData draft 2 little-endian. Draft 1 of BJData was big-endian, and `loads`
+reads it on request. NumPy decodes runs of floats, because single markers are slow.
 """
 import struct
 
@@ -17,7 +17,7 @@ END = object()
 
 
 class Reader:
-    """Decodes one document. Raises ValueError for bytes that are none."""
+    """Decodes one document. Raises ValueError for other bytes."""
 
     def __init__(self, data, order, numbers):
         self.data, self.order, self.position, self.depth = data, order, 0, 0
@@ -72,7 +72,7 @@ class Reader:
         return found
 
     def type_and_count(self):
-        """What a container announces: the kind of all values and their number, None where not."""
+        """Returns the type and the number of values that a container announces, or None."""
         start, kind = self.position, None
         first = self.marker()
         if first == "$":
@@ -109,7 +109,7 @@ class Reader:
         return values
 
     def run(self, kind):
-        """The float behind the marker just read, and those of the same kind right behind it."""
+        """Returns the float after the marker just read, and all following ones of its type."""
         layout, start = self.runs[kind], self.position - 1
         count = min(LONGEST_RUN, (len(self.data) - start) // layout.itemsize)
         items = np.frombuffer(self.data, layout, count, start)
@@ -138,7 +138,7 @@ class Reader:
 
 
 def loads(data, order, *, bjdata):
-    """The document of all bytes. `order` is "<" for BJData draft 2 and ">" for UBJSON."""
+    """Returns the document of all bytes. `order` is "<" for BJData draft 2 and ">" for UBJSON."""
     reader = Reader(data, order, BJDATA_NUMBERS if bjdata else NUMBERS)
     document = reader.value(reader.marker())
     while reader.data[reader.position:reader.position + 1] == b"N":
@@ -149,7 +149,7 @@ def loads(data, order, *, bjdata):
 
 
 def dumps(value, order):
-    """The bytes of a document. NumPy matrices become arrays of arrays of 32-bit floats."""
+    """Returns the bytes of a document. NumPy matrices become arrays of arrays of 32-bit floats."""
     if value is None or isinstance(value, bool):
         return {None: b"Z", True: b"T", False: b"F"}[value]
     if isinstance(value, int):

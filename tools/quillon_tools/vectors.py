@@ -1,22 +1,22 @@
-"""Rows of numbers of a document as a matrix of 32-bit floats, with what is wrong with each row."""
+"""Reads rows of numbers as a matrix of 32-bit floats, and finds the mistakes in each row."""
 from dataclasses import dataclass, field
 
 import numpy as np
 
 WIDTHS = {"shape": 512, "text": 384}
-LENGTH_TOLERANCE = 1e-3  # a length this far from 1 moves no block across a threshold by much
+LENGTH_TOLERANCE = 1e-3  # a length this near 1 hardly changes a distance
 
 
 @dataclass
 class Rows:
-    """`matrix` is rows × width float32. The rows in the two dictionaries are zeros in it."""
+    """`matrix` is rows × width float32. It has zeros in the rows of the two dictionaries."""
     matrix: np.ndarray
     wrong_width: dict = field(default_factory=dict)  # row: what it is instead
     no_numbers: dict = field(default_factory=dict)  # row: the first element that is no number
 
 
 def type_name(value):
-    """The JSON type, as the program's messages name it."""
+    """Returns the name of the JSON type in the program's messages."""
     for kinds, name in [(bool, "boolean"), ((int, float), "number"), (str, "string"),
                         ((list, np.ndarray), "array"), (dict, "object"), (type(None), "null")]:
         if isinstance(value, kinds):
@@ -25,12 +25,12 @@ def type_name(value):
 
 
 def is_array(value):
-    """Whether it is an array of the document: a list, or the matrix that a reader made of one."""
+    """True for an array of the document: a list, or the matrix that a reader made of it."""
     return isinstance(value, (list, np.ndarray))
 
 
 def rows_of(vectors, width):
-    """The Rows of an array of arrays of `width` numbers, or of objects of as many members.
+    """Returns the Rows of an array of arrays of `width` numbers, or of objects with `width` members.
 
     `vectors` is a list, or the matrix that a reader made of it.
     """
@@ -55,7 +55,7 @@ def rows_of(vectors, width):
 
 
 def fast_matrix(vectors, width):
-    """rows × width 32-bit floats, or None where one of the vectors is something else."""
+    """Returns rows × width 32-bit floats, or None if a row is not an array of `width` numbers."""
     if len(vectors) == 0:
         return np.zeros((0, width), np.float32)
     try:
@@ -71,5 +71,5 @@ def fast_matrix(vectors, width):
 
 
 def lengths_of(matrix):
-    """The length of every row, in 64 bits."""
+    """Returns the length of every row, in 64 bits."""
     return np.sqrt(np.einsum("ij,ij->i", matrix, matrix, dtype=np.float64))

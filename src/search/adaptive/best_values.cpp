@@ -8,7 +8,7 @@
 namespace quillon {
 namespace {
 
-/// The least of the `wanted` best values; the lowest float where there are fewer.
+/// The lowest of the `wanted` best values; the lowest float if there are fewer.
 float valueToReach(std::span<const RowValue> computed, std::size_t wanted) {
     constexpr float lowest = std::numeric_limits<float>::lowest();
     if (wanted == 0 || computed.size() < wanted) {
@@ -27,7 +27,7 @@ float valueToReach(std::span<const RowValue> computed, std::size_t wanted) {
 
 std::vector<RowValue> bestValues(std::vector<RowValue> bounded, std::size_t wanted,
                                  const ValuesOf& valuesOf) {
-    // The values of a few rows take as long as those of two packs.
+    // The values of fewer rows take as long as those of two full packs.
     std::size_t batchRows = std::max<std::size_t>(32, 2 * wanted);
     std::sort(bounded.begin(), bounded.end(),
               [](const RowValue& a, const RowValue& b) { return a.value > b.value; });

@@ -16,12 +16,12 @@ struct RowValue {
     float value = 0.0F;
 };
 
-/// Computes the values of some rows, in their order.
+/// Returns the values of the given rows, in their order.
 using ValuesOf = std::function<std::vector<float>(std::span<const Row>)>;
 
-/// The values of the `wanted` best of the rows in `bounded`, and of some more: computed from the
-/// highest bound down, until no bound reaches the `wanted` best values found; of all rows for
-/// `wanted` = 0. Values that are not a number are never among the best.
+/// Returns the values of the `wanted` best rows in `bounded` and of some others, in no order; of
+/// all rows for `wanted` = 0. Computes values from the highest bound down, until all other bounds
+/// are below the `wanted` best values. NaN is never among the best.
 std::vector<RowValue> bestValues(std::vector<RowValue> bounded, std::size_t wanted,
                                  const ValuesOf& valuesOf);
 

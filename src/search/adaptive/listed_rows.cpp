@@ -10,7 +10,7 @@
 namespace quillon {
 namespace {
 
-/// `nearest` begins with the row that is left out, as a rule the row itself.
+/// Leaves out the first of `nearest`, as a rule the row itself.
 NeighbourList listFrom(const std::vector<Near>& nearest, std::size_t rowCount) {
     NeighbourList list;
     list.labels.fill(noRow);
@@ -36,7 +36,7 @@ void addMissingLists(SideMemo& side, std::span<const Row> rows) {
             missing.push_back(first);
         }
     }
-    // Bounds the memory that the nearest rows take.
+    // Limits the memory for the nearest rows.
     constexpr std::size_t rowsAtOnce = 1024;
     const std::size_t rowCount = side.rows.rowCount;
     for (std::size_t begin = 0; begin < missing.size(); begin += rowsAtOnce) {
@@ -54,7 +54,7 @@ std::array<float, 2> weightsOf(Row row, const std::array<NeighbourList, 2>& list
     if (row != 0) {
         return weights;
     }
-    // Written so that NaN gets the floor too.
+    // Written so that NaN is replaced by the lowest weight, too.
     const float shapeWeight = weights[0] > minShapeWeight ? weights[0] : minShapeWeight;
     return {shapeWeight, 1.0F - shapeWeight};
 }

@@ -1,5 +1,5 @@
-// All that Adaptive's scores are computed from: a row's nearest rows on both sides, and what each
-// side counts for the row.
+// What Adaptive computes scores from: a row's neighbour lists on both sides, and the weights of the
+// two sides for the row.
 #pragma once
 
 #include <array>
@@ -12,16 +12,16 @@
 
 namespace quillon {
 
-/// Neighbours whose order is compared between rows: the few that are of a kind with a block; and
-/// neighbours on a similarity curve: enough to show whether these few stand out from the rest.
-/// Fewer in libraries with fewer rows.
+/// Length of a neighbour list, whose order is compared between rows; and length of a similarity
+/// curve, long enough to show whether the listed rows stand out from the others. Smaller libraries
+/// have shorter ones.
 inline constexpr std::size_t rankedNeighbours = 5;
 inline constexpr std::size_t curveNeighbours = 100;
 
-/// The list of a row on one side: all rows, itself included, in ascending (distance, row number),
-/// the first left out unseen, then K = min(N - 1, rankedNeighbours) of them. Among identical rows a
-/// row may so list itself and miss another. Rows whose distance is not below the largest float
-/// never enter; `noRow` fills what is left.
+/// The neighbour list of a row on one side. All rows, itself included, are put into ascending
+/// (distance, row number). The first one is left out, as a rule the row itself; the next
+/// K = min(N - 1, rankedNeighbours) are the list. So a row that has identical rows can list itself.
+/// Rows whose distance is not below the largest float are left out; `noRow` fills their places.
 struct NeighbourList {
     std::array<Row, rankedNeighbours> labels{};
     std::uint32_t count = 0;  // K
@@ -34,17 +34,16 @@ struct NeighbourList {
 struct ListedRow {
     Row row = 0;
     std::array<NeighbourList, 2> lists;
-    /// What each side counts, in sum 1. NaN where the curves of both sides are flat, or rise
-    /// without a finite bound. In row 0, the query's, the shape side counts at least
-    /// `minShapeWeight` and the text side has the rest.
+    /// Weights of the two sides, together 1. NaN if both curves are flat or one is not finite. In
+    /// row 0, the query's, the shape side has at least `minShapeWeight`, also instead of NaN.
     std::array<float, 2> weights{};
 };
 
-/// What the query's shape side counts at least: blocks that look different are not found by a
-/// telling text alone.
+/// Lowest weight of the query's shape side, so that blocks that look different are not found by
+/// their texts alone.
 inline constexpr float minShapeWeight = 0.4F;
 
-/// One side and its lists that have been made so far. Identical rows share theirs.
+/// One side, and its lists made so far. Identical rows share one list.
 struct SideMemo {
     StackedSide rows;
     std::vector<NeighbourList> lists;
@@ -55,12 +54,11 @@ using ListMemo = std::array<SideMemo, 2>;
 
 ListMemo emptyMemo(StackedSide shapes, StackedSide texts);
 
-/// The lists of `rows`, in their order. Makes and keeps those that are missing, each of which takes
-/// the time of comparing its row with all rows. The answer does not depend on what has been asked
-/// for before. Uses the side's workers.
+/// Returns the lists of `rows`, in their order. Makes and keeps missing lists, by comparing each of
+/// their rows with all rows. The result does not depend on earlier calls. Uses the side's workers.
 std::vector<NeighbourList> neighbourLists(SideMemo& side, std::span<const Row> rows);
 
-/// `rows` with their lists of both sides, in their order.
+/// Returns `rows` with their lists of both sides, in their order.
 std::vector<ListedRow> listedRows(ListMemo& memo, std::span<const Row> rows);
 
 }  // namespace quillon

@@ -10,10 +10,10 @@
 namespace quillon {
 namespace {
 
-/// The nearest distinct rows of one row among those offered, and some more.
+/// The nearest distinct rows of one row among those offered so far, and some others.
 struct NearestSoFar {
     std::vector<Near> near;
-    float limit = unreached;  // rows at this distance or farther away are out
+    float limit = unreached;  // rows at this distance or farther away are not needed
 };
 
 void keepNearest(NearestSoFar& nearest, std::size_t wanted) {
@@ -21,7 +21,7 @@ void keepNearest(NearestSoFar& nearest, std::size_t wanted) {
     if (near.size() > wanted) {
         const auto last = near.begin() + static_cast<std::ptrdiff_t>(wanted) - 1;
         std::nth_element(near.begin(), last, near.end());
-        // A row at the same distance with a lower number may still come.
+        // A row at the same distance with a lower number may still be offered.
         nearest.limit = std::nextafter(last->first, unreached);
         near.resize(wanted);
     }
@@ -36,7 +36,7 @@ void offer(NearestSoFar& nearest, Near other, std::size_t wanted) {
     }
 }
 
-/// Offers `others` to the rows of all packs; `nearest` has an entry for each of these, in order.
+/// Offers `others` to the rows of all packs. `nearest` has an entry for each of these, in order.
 void compareWith(const StackedSide& side, std::span<const RowPack> packs,
                  std::span<const Row> others, std::size_t wanted,
                  std::vector<NearestSoFar>& nearest) {
@@ -55,7 +55,7 @@ void compareWith(const StackedSide& side, std::span<const RowPack> packs,
     }
 }
 
-/// The `wanted` nearest of all rows, out of the `wanted` nearest distinct ones.
+/// The `wanted` nearest of all rows, from the `wanted` nearest distinct ones.
 std::vector<Near> withIdenticalRows(const StackedSide& side, const std::vector<Near>& distinct,
                                     std::size_t wanted) {
     std::vector<Near> all;
@@ -75,7 +75,7 @@ std::vector<Near> withIdenticalRows(const StackedSide& side, const std::vector<N
 
 std::vector<std::vector<Near>> nearestRows(const StackedSide& side, std::span<const Row> rows,
                                            std::size_t wanted) {
-    // So many others stay near the processor while all packs are compared with them.
+    // Few enough to stay in the processor's cache while all packs are compared with them.
     constexpr std::size_t othersPerChunk = 64;
     const std::vector<RowPack> packs = packRows(side, rows);
     std::vector<std::vector<NearestSoFar>> ofWorkers(side.workers);

@@ -1,4 +1,4 @@
-// The nearest rows of some rows of a side, by comparing them with all rows.
+// Finds the nearest rows of given rows, by comparing these with all rows of a side.
 #pragma once
 
 #include <cstddef>
@@ -13,9 +13,9 @@ namespace quillon {
 /// Squared distance and row: neighbours are ordered by both.
 using Near = std::pair<float, Row>;
 
-/// For each of `rows`, which are distinct, the `wanted` nearest rows in ascending (distance, row),
-/// itself included and identical rows each for itself; fewer where fewer are at a distance below
-/// the largest float. Takes some 2 kB for each of `rows` and worker while it works.
+/// Returns for each of `rows`, which are distinct, the `wanted` nearest rows in ascending
+/// (distance, row): itself and all identical rows included, fewer if fewer have a distance below
+/// the largest float. Takes some 2 kB for each of `rows` and each worker. Uses the side's workers.
 std::vector<std::vector<Near>> nearestRows(const StackedSide& side, std::span<const Row> rows,
                                            std::size_t wanted);
 

@@ -9,7 +9,7 @@
 namespace quillon {
 namespace {
 
-/// The elements of all lists of one side, ascending, each once.
+/// The elements of all lists of one side, ascending and unique.
 Rows elementsOf(std::span<const ListedRow> listed, std::size_t side) {
     Rows elements;
     for (const ListedRow& row : listed) {
@@ -38,7 +38,7 @@ OverlappingRows overlappingRows(ListMemo& memo, const NeighbourBounds& bounds,
                 withIdenticalRows.push_back(neighbour.row);
             }
         }
-        // One list tells of all rows that are identical, and often that their curve is flat.
+        // One list serves all rows that are identical, and often shows a flat curve.
         const std::vector<NeighbourList> lists = neighbourLists(memo[s], withIdenticalRows);
         for (std::size_t i = 0; i < lists.size(); ++i) {
             for (Row row = withIdenticalRows[i]; row != noRow; row = nextIdentical[row]) {

@@ -1,5 +1,5 @@
-// The rows whose neighbour lists share an element with one of a few lists. All other rows have the
-// rank similarity 0 to these.
+// Finds the rows whose neighbour lists have an element in common with given lists. All other rows
+// have the rank similarity 0 to the rows of these lists.
 #pragma once
 
 #include <array>
@@ -14,18 +14,18 @@ namespace quillon {
 /// Shape side first, here and below.
 using NeighbourBounds = std::array<std::vector<float>, 2>;
 
-/// What a row may share with the lists in question on one side.
+/// The elements that a row may have in common with the given lists on one side.
 struct Overlap {
     Rows elements;  // ascending
-    /// Known to have a flat curve: the side counts nothing for the row, unless the other one is
-    /// flat too.
+    /// True if the curve is known to be flat. The side then has the weight 0 for the row, or NaN if
+    /// the other one is flat, too.
     bool isFlat = false;
 };
 
 using OverlappingRows = std::map<Row, std::array<Overlap, 2>>;
 
-/// All rows whose list shares an element with that of one of `listed` on either side, and some
-/// whose list does not. `bounds` are those of both sides' rows. Uses the sides' workers.
+/// Returns all rows whose list has an element in common with a list of `listed` on either side, and
+/// some other rows. `bounds` are the neighbour bounds of both sides. Uses the sides' workers.
 OverlappingRows overlappingRows(ListMemo& memo, const NeighbourBounds& bounds,
                                 std::span<const ListedRow> listed);
 

@@ -5,12 +5,12 @@
 namespace quillon {
 namespace {
 
-/// What an element at `position` adds when the other list lacks it.
+/// What an element at `position` adds if the other list lacks it.
 std::size_t penaltyAt(std::size_t position, std::size_t count) {
     return 2 * count - position - 1;
 }
 
-/// `sum` as a part of what two disjoint lists add up to.
+/// Divides `sum` by the sum of two disjoint lists.
 float normalised(std::size_t sum, std::size_t count) {
     const std::size_t disjointSum = count * (count - 1) / 2 + count * count;
     return static_cast<float>(sum) / static_cast<float>(disjointSum);
@@ -24,7 +24,7 @@ float similarityFrom(float distance, float otherDistance) {
 
 float rankListDistance(std::span<const Row> a, std::span<const Row> b) {
     const std::size_t count = a.size();
-    std::size_t sum = 0;  // of small whole numbers: exact in any order
+    std::size_t sum = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const auto position =
             static_cast<std::size_t>(std::find(b.begin(), b.end(), a[i]) - b.begin());

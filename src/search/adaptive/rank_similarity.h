@@ -1,4 +1,4 @@
-// How alike two rows are by the neighbours that they list.
+// The similarity of two rows by their neighbour lists.
 #pragma once
 
 #include <array>
@@ -8,13 +8,13 @@
 
 namespace quillon {
 
-/// Normalised footrule distance from list `a` to list `b`, of equal length K: every element of `a`
-/// at position i adds its shift |p - i| to its first position p in `b`, or 2 K - i - 1 when `b`
-/// lacks it. 0 for equal lists of distinct elements, 1 for disjoint ones. Not symmetric.
+/// Normalised footrule distance from list `a` to list `b`, both of length K. An element of `a` at
+/// position i adds |p - i| for its first position p in `b`, or 2 K - i - 1 if `b` lacks it. 0 for
+/// equal lists of distinct elements, 1 for disjoint lists. Not symmetric.
 float rankListDistance(std::span<const Row> a, std::span<const Row> b);
 
-/// 1 minus the mean of the distances between both lists; symmetric. Exactly 0 for two lists that
-/// share no element.
+/// 1 minus the mean of both distances between the lists. Symmetric. Exactly 0 for two lists without
+/// a common element.
 float rankSimilarity(const NeighbourList& a, const NeighbourList& b);
 
 /// Upper bound on the rank similarity of `list` to a list that holds no other elements of it than

@@ -1,4 +1,4 @@
-// The order in which scores are walked.
+// The order of scores, with NaN among them.
 #pragma once
 
 #include <cstddef>
@@ -6,14 +6,14 @@
 
 namespace quillon {
 
-/// Up to this size std::sort is a plain insertion sort in all common standard libraries. Its order
-/// of values that are not a number is part of what callers see.
+/// Up to this size std::sort is a plain insertion sort in all common standard libraries. Callers
+/// rely on where such a sort leaves NaN.
 inline constexpr std::size_t insertionSorted = 32;
 
-/// Positions of at most 32 `values` from the smallest to the largest, equal ones in ascending
-/// order, as the insertion sort of the standard libraries leaves them. A NaN is neither less nor
-/// greater than anything: a value less than the first one moves to the front, past NaNs too; any
-/// other moves left while it is less than its neighbour.
+/// Returns the positions of at most 32 `values` from the smallest to the largest, equal values in
+/// ascending order of their positions, like the insertion sort of the standard libraries: a value
+/// less than the first one moves to the front, past all NaNs. Any other moves left while it is less
+/// than its neighbour, so it stops at a NaN.
 std::vector<std::size_t> ascendingOrder(const std::vector<float>& values);
 
 }  // namespace quillon

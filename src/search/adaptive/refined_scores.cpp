@@ -50,7 +50,7 @@ float refinedScore(const Votes& votes, const ListedRow& row) {
             forEachPlace(votes.indexes[s], element, [&](std::size_t p) { places.insert(p); });
         }
     }
-    // Neighbours without an element in common add 0, unless a weight is NaN.
+    // Neighbours without a common element add 0, or NaN if a weight is NaN.
     float sum = votes.neighbours.empty() ? 0.0F : (row.weights[0] + row.weights[1]) * 0.0F;
     for (const std::size_t place : places) {
         sum += fusedSimilarity(row, votes.neighbours[place]);

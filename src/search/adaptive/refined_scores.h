@@ -15,15 +15,15 @@
 
 namespace quillon {
 
-/// The k rows behind the one with the largest value, which is taken to be the query itself, best
-/// first, among equal ones the higher row first, but never the weakest of all rows. Rows that are
-/// not in `queryRow`, the fused similarities of the query to other rows, have the value 0.
+/// Returns the k rows after the one with the largest value, which is taken for the query itself:
+/// best first, among equal values the higher row first, but never the last of all rows. `queryRow`
+/// has the fused similarities of the query to other rows; rows that are not in it have the value 0.
 Rows bestNeighbours(std::span<const RowValue> queryRow, std::uint32_t k, std::size_t rowCount);
 
-/// Inverted index of lists: element and place of a row that lists it, ascending.
+/// Inverted index of lists: element, and place of a row that lists it, ascending.
 using InvertedIndex = std::vector<std::pair<Row, std::size_t>>;
 
-/// Calls `visit(place)` for each time that an indexed list has `element`.
+/// Calls `visit(place)` for each occurrence of `element` in an indexed list.
 template <class Visit>
 void forEachPlace(const InvertedIndex& index, Row element, const Visit& visit) {
     for (auto entry =
@@ -33,7 +33,7 @@ void forEachPlace(const InvertedIndex& index, Row element, const Visit& visit) {
     }
 }
 
-/// What all scores are made from.
+/// The rows that a score compares a block with, and the inverted indexes of their lists.
 struct Votes {
     ListedRow query;
     std::vector<ListedRow> neighbours;  // of the query, the best first
@@ -43,9 +43,9 @@ struct Votes {
 
 Votes votesOf(const ListedRow& query, std::vector<ListedRow> neighbours, std::uint32_t k);
 
-/// The score of a row: (fused similarity of the query to it + the sum of its fused similarities to
-/// each neighbour, in their order) / (k + 1), all in 32-bit floats. NaN where a weight of the row
-/// is and there are neighbours.
+/// The score of a row: (fused similarity of the query to the row + sum of the row's fused
+/// similarities to the neighbours, in their order) / (k + 1), all in 32-bit floats. NaN if a weight
+/// of the row is NaN and there are neighbours.
 float refinedScore(const Votes& votes, const ListedRow& row);
 
 /// The scores of `rows`, in their order.

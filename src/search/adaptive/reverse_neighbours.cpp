@@ -11,21 +11,21 @@
 namespace quillon {
 namespace {
 
-/// If so many rows, the row itself included, are nearer to a row than x, then x is not in its list:
-/// the first of them is left out, the others fill the list.
+/// If so many rows, itself included, are nearer to a row than x, then x is not in its list: the
+/// first of them is left out, and the others fill the list.
 constexpr std::size_t boundingRows = rankedNeighbours + 1;
 
-/// A row and the lowest of its distances to the rows that it has been compared with, ascending.
+/// A row and the lowest of its distances to the rows compared with it so far, ascending.
 struct BoundedRow {
     Row row = 0;
-    float nearestElement = unreached;  // of those asked about
-    float bound = unreached;           // known before
+    float nearestElement = unreached;  // distance to the nearest given element
+    float bound = unreached;           // the row's neighbour bound
     std::array<float, boundingRows> lowest = filledWith<boundingRows>(unreached);
 
     float neighbourBound() const { return std::min(bound, lowest.back()); }
 };
 
-/// Every `step`-th of `rows`, from `first` on.
+/// Returns every `step`-th of `rows`, from `first` on.
 Rows sampleOf(std::span<const Row> rows, std::size_t first, std::size_t step) {
     Rows sample;
     for (std::size_t i = first; i < rows.size(); i += step) {
@@ -41,14 +41,14 @@ Rows rowsOf(std::span<const BoundedRow> bounded) {
     return rows;
 }
 
-/// Lowers the bounds by the rows of `sample`, which have not been compared with any.
+/// Lowers the bounds by the rows of `sample`, each of which may be used only once.
 void compareWithSample(const StackedSide& side, const Rows& sample, std::span<BoundedRow> bounded) {
     const Rows rows = rowsOf(bounded);
     compareRows(
         side, rows, sample, [&](std::size_t i) { return bounded[i].neighbourBound(); },
         [&](std::size_t i, std::size_t j, float distance) {
             auto& [row, nearestElement, bound, lowest] = bounded[i];
-            // Identical rows are as near to the row as itself.
+            // Identical rows are as near to the row as the row itself.
             std::size_t times = row == sample[j] ? side.identicalRows[row] : 1;
             for (; times > 0 && distance < lowest.back(); --times) {
                 lowest.back() = distance;
@@ -58,12 +58,12 @@ void compareWithSample(const StackedSide& side, const Rows& sample, std::span<Bo
         });
 }
 
-/// The distance below which a row at `bound` is still of interest.
+/// The limit that lets a row at the distance `bound` pass.
 float justAbove(float bound) {
     return std::nextafter(bound, unreached);
 }
 
-/// The rows that their bounds leave in. Gaps are as far as a row can be.
+/// The rows that their bounds do not rule out. A gap counts as farther away than every row.
 std::vector<BoundedRow> firstCandidates(const StackedSide& side, std::span<const float> bounds,
                                         std::span<const Row> elements, bool asksForGaps) {
     std::vector<float> nearest(side.distinct.size(), unreached);
@@ -85,8 +85,8 @@ std::vector<BoundedRow> firstCandidates(const StackedSide& side, std::span<const
 
 void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& candidates) {
     constexpr std::size_t firstSample = 128;
-    // To compare with more rows takes longer than to make the lists that it would save: measured on
-    // 20,000 and 100,000 clustered and unclustered rows, half and twice as many cost 10 % more.
+    // Larger samples take longer than making the lists that they save. Measured on 20,000 and
+    // 100,000 clustered and unclustered rows: half and twice this size take 10 % longer.
     const std::size_t largestSample = std::max<std::size_t>(512, side.rowCount / 64);
     const auto narrowBy = [&](const Rows& sample) {
         compareWithSample(side, sample, candidates);
@@ -101,12 +101,12 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
     }
     narrowBy(sampleOf(all, 0, step));
     for (; step > 1 && all.size() / step <= largestSample; step /= 2) {
-        // Those halfway between the ones compared so far: samples double and share no row.
+        // The rows halfway between those of earlier samples: samples double and have no common row.
         narrowBy(sampleOf(all, step / 2, step));
     }
 }
 
-/// The elements within the candidates' bounds.
+/// The candidates with the elements within their bounds.
 std::vector<ReverseNeighbour> withElements(const StackedSide& side,
                                            std::span<const BoundedRow> candidates,
                                            std::span<const Row> elements, bool asksForGaps) {

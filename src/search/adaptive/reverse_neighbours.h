@@ -1,4 +1,4 @@
-// Reverse nearest-neighbour search: which rows may have one of a few rows in their lists?
+// Reverse nearest-neighbour search: finds the rows that may list one of a few given rows.
 #pragma once
 
 #include <span>
@@ -8,25 +8,26 @@
 
 namespace quillon {
 
-/// N: for each distinct row an upper bound on the distance to its sixth-nearest row, identical rows
-/// and itself included: the sixth-lowest of its distances to the rows of a group of up to 128 that
-/// are near each other. Rows farther away cannot be in its list. `unreached` where fewer than six
-/// are nearer than that, and for rows that are not distinct. Uses the side's workers.
+/// Neighbour bounds, N: for each distinct row an upper bound on the distance to its sixth-nearest
+/// row, identical rows and itself included. Rows farther away cannot be in its list. The bound is
+/// the sixth-lowest distance to a group of up to 128 rows that are near each other; `unreached` if
+/// fewer than six are below `unreached`, and for rows that are not distinct. Uses the side's
+/// workers.
 std::vector<float> neighbourBounds(const StackedSide& side);
 
-/// What is known of a list that has not been made.
+/// What is known about the list of a row before it is made.
 struct ReverseNeighbour {
     Row row = 0;    // distinct
-    Rows elements;  // ascending: those asked about that the list may hold
+    Rows elements;  // ascending: the given elements that the list may have
 };
 
-/// All distinct rows whose list may hold one of `elements`, ascending, among them few whose list
-/// does not. `elements` ascend, each once, and may end with `noRow`, which is in lists with gaps.
+/// Returns all distinct rows whose list may have one of `elements`, ascending, and few other rows.
+/// `elements` are ascending and unique, and may end with `noRow`, which is in lists with gaps.
 /// `bounds` are those of `neighbourBounds`. Uses the side's workers.
 ///
-/// A row is out once six rows, itself included, are known that are nearer to it than the nearest of
-/// the elements: the bounds rule out most. The rows left lie around the elements, as do the rows
-/// that can rule them out, so they are compared with each other, in growing samples.
+/// If six rows, itself included, are nearer to a row than every element, the row lists none of
+/// them. The bounds rule out most rows in this way. The rows left are near the elements, and so are
+/// the rows that can rule them out. So they are compared with each other, in growing samples.
 std::vector<ReverseNeighbour> reverseNeighbourCandidates(const StackedSide& side,
                                                          std::span<const float> bounds,
                                                          std::span<const Row> elements);

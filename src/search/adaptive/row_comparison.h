@@ -1,4 +1,4 @@
-// Compares packed rows of a side with other rows of it, tile by tile.
+// Compares packed rows of a side with other rows of the side, tile by tile.
 #pragma once
 
 #include <algorithm>
@@ -14,11 +14,11 @@
 
 namespace quillon {
 
-/// No distance that counts is this large: rows at it or farther away, or at a distance that is not
-/// a number, are neighbours of nothing.
+/// Above every distance that counts: rows at this distance, farther away, or at a NaN distance are
+/// no neighbours.
 inline constexpr float unreached = std::numeric_limits<float>::max();
 
-/// Below any distance: the limit of a row that has nothing to ask.
+/// Below every distance: the limit of a row that needs no distances.
 inline constexpr float nothingBelow = std::numeric_limits<float>::lowest();
 
 template <std::size_t count>
@@ -28,7 +28,7 @@ constexpr std::array<float, count> filledWith(float value) {
     return values;
 }
 
-/// Limits for lanes that have nothing to ask.
+/// Limits for lanes that need no distances.
 inline constexpr auto noLaneLimits = filledWith<packSize>(nothingBelow);
 
 /// Up to 16 rows of a side, packed.
@@ -37,7 +37,7 @@ struct RowPack {
     VectorPack vectors;
 };
 
-/// `rows` in packs, in their order.
+/// Returns `rows` in packs, in their order.
 inline std::vector<RowPack> packRows(const StackedSide& side, std::span<const Row> rows) {
     std::vector<RowPack> packs;
     for (std::size_t begin = 0; begin < rows.size(); begin += packSize) {
@@ -52,8 +52,8 @@ inline std::vector<RowPack> packRows(const StackedSide& side, std::span<const Ro
 }
 
 /// Calls `visit(place, lane, distance)` for every pair of `rows[place]` and the pack's row `lane`
-/// whose distance is below its limit, the greater one of `laneLimits[lane]` and
-/// `rowLimitAt(place)`: place by place, lane by lane. `visit` may lower limits.
+/// whose distance is below the greater of `laneLimits[lane]` and `rowLimitAt(place)`, in ascending
+/// (place, lane). `visit` may lower limits.
 template <class RowLimitAt, class Visit>
 void forEachNear(const StackedSide& side, const RowPack& pack, std::span<const Row> rows,
                  const std::array<float, packSize>& laneLimits, const RowLimitAt& rowLimitAt,
@@ -66,7 +66,7 @@ void forEachNear(const StackedSide& side, const RowPack& pack, std::span<const R
         const std::size_t size = std::min(tileRows, rows.size() - begin);
         lanes = laneLimits;
         for (std::size_t r = 0; r < tileRows; ++r) {
-            // Where no row is left, the last one again, about which nothing is asked.
+            // After the last row its copies fill the tile, with a limit below every distance.
             vectors[r] = side.vectors[rows[begin + std::min(r, size - 1)]];
             limits[r] = r < size ? rowLimitAt(begin + r) : nothingBelow;
         }
@@ -82,9 +82,9 @@ void forEachNear(const StackedSide& side, const RowPack& pack, std::span<const R
     }
 }
 
-/// Compares `rows` with `columns`, which have no limits of their own, on all workers: calls
-/// `visit(i, j, distance)` for every pair of `rows[i]` and `columns[j]` whose distance is below
-/// `rowLimitAt(i)`, for each row from one thread and in the order of the columns.
+/// Calls `visit(i, j, distance)` for every pair of `rows[i]` and `columns[j]` whose distance is
+/// below `rowLimitAt(i)`. Uses the side's workers: each row is visited by one thread, in the order
+/// of the columns.
 template <class RowLimitAt, class Visit>
 void compareRows(const StackedSide& side, std::span<const Row> rows, std::span<const Row> columns,
                  const RowLimitAt& rowLimitAt, const Visit& visit) {

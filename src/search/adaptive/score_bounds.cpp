@@ -9,7 +9,7 @@
 namespace quillon {
 namespace {
 
-/// Of the query to a row: the query's weights are known.
+/// Upper bound on the fused similarity of the query to a row. The query's weights are known.
 float mostOfQuery(const ListedRow& query, Row row, const std::array<Overlap, 2>& overlaps) {
     return row == query.row
                ? fusedSimilarity(query, query)
@@ -17,7 +17,7 @@ float mostOfQuery(const ListedRow& query, Row row, const std::array<Overlap, 2>&
                                       rankSimilarityBound(query.lists[1], overlaps[1].elements)});
 }
 
-/// Of a row to all neighbours, in whatever way the sides of the row weigh.
+/// Upper bound on the sum of a row's fused similarities to all neighbours, for any weights.
 float mostOfNeighbours(const Votes& votes, Row row, const std::array<Overlap, 2>& overlaps) {
     std::map<std::size_t, float> similarities;  // by place of the neighbour
     for (std::size_t s = 0; s < overlaps.size(); ++s) {
@@ -35,7 +35,7 @@ float mostOfNeighbours(const Votes& votes, Row row, const std::array<Overlap, 2>
     }
     float sum = 0.0F;
     for (const auto& [place, similarity] : similarities) {
-        // The weights add up to 1 but for their rounding, and so do the products.
+        // Weights and products add up to 1, except for rounding.
         constexpr float roundedUp = 1.000001F;
         sum += similarity * roundedUp;
     }

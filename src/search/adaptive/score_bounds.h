@@ -1,5 +1,5 @@
-// Upper bounds on similarities and scores, from what is known of lists that have not been made.
-// Only the rows with the highest bounds need their lists.
+// Upper bounds on scores, computed before the rows' lists are made. Only the rows with the highest
+// bounds then need their lists.
 #pragma once
 
 #include <vector>
@@ -10,9 +10,10 @@
 
 namespace quillon {
 
-/// The rows of `nearQuery` and of `nearNeighbours`, which overlap with the lists of the neighbours,
-/// ascending, with upper bounds on their scores, as far as these are numbers. Row 0, the query's,
-/// may score higher than its bound: its weights have a floor, and it is never a hit.
+/// Returns the rows of `nearQuery` and of `nearNeighbours`, ascending, with upper bounds on their
+/// scores. `nearQuery` overlaps with the query's lists, `nearNeighbours` with the neighbours'
+/// lists. A NaN score has no bound. Row 0, the query, may score higher than its bound, because its
+/// shape weight is raised; it is never a hit.
 std::vector<RowValue> scoreBounds(const Votes& votes, const OverlappingRows& nearQuery,
                                   const OverlappingRows& nearNeighbours);
 

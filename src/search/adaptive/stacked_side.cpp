@@ -30,8 +30,8 @@ std::vector<std::pair<std::size_t, Row>> sortedHashes(const StackedSide& side) {
     return hashes;
 }
 
-/// Where different vectors have one hash, a row may go undetected behind a row of the other vector
-/// and counts as distinct. That costs time and changes no result.
+/// If different vectors have equal hashes, identical rows may be taken for distinct ones. That
+/// takes time, but changes no result.
 void findIdenticalRows(StackedSide& side) {
     side.firstIdentical.resize(side.rowCount);
     side.nextIdentical.assign(side.rowCount, noRow);

@@ -1,5 +1,5 @@
-// One side of Adaptive's search: the query's vector as row 0 over the library's rows, and which of
-// the rows are identical.
+// One side of Adaptive's search: the query's vector as row 0, the library's rows after it, and
+// which rows are identical.
 #pragma once
 
 #include <cstddef>
@@ -16,10 +16,10 @@ namespace quillon {
 using Row = std::uint32_t;
 using Rows = std::vector<Row>;
 
-/// Fills places where there is no row; equal to itself alone.
+/// Fills places without a row.
 inline constexpr Row noRow = std::numeric_limits<Row>::max();
 
-/// Refers to the two matrices, which must outlive it. Only read once it is made.
+/// Refers to the two matrices, which must outlive it. Not changed after it is made.
 struct StackedSide {
     std::size_t rowCount = 0;           // N = R + 1
     std::size_t width = 0;              // D
@@ -28,17 +28,18 @@ struct StackedSide {
     /// Identical rows have equal bits, so they have equal distances to all rows, and equal lists.
     /// Only the first of them is compared with other rows.
     std::vector<Row> firstIdentical;  // N: the lowest of the row's identical rows, or itself
-    std::vector<Row> nextIdentical;   // N: the next higher one, noRow behind the last
-    std::vector<std::uint32_t> identicalRows;  // N: of a distinct row: how many, itself included
-    Rows distinct;                             // the rows that are the first of theirs, ascending
+    std::vector<Row> nextIdentical;   // N: the next higher identical row, or noRow
+    std::vector<std::uint32_t>
+        identicalRows;  // N: how many rows equal a distinct one, or it itself
+    Rows distinct;      // the lowest of identical rows, and all others; ascending
 
-    /// What changes the time of a search and never its results: how many threads work on the side,
-    /// the calling one among them, and how they measure distances.
+    /// These change the time of a search, but not its results: the number of threads, the calling
+    /// one included, and how they compute distances.
     std::size_t workers = 1;
     DistanceKernel kernel;
 };
 
-/// `query` 1 × D, `library` R × D, R + 1 below 2^31. Reads both once.
+/// `query` is 1 × D, `library` R × D, R + 1 below 2^31. Uses `workers` threads.
 StackedSide stackSide(const FeatureMatrix& query, const FeatureMatrix& library, std::size_t workers,
                       const DistanceKernel& kernel);
 

@@ -1,4 +1,4 @@
-// The best values, and how few of them are computed.
+// The best values, and the number of values that are computed.
 #include "search/adaptive/best_values.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
-/// Bounds of some rows, their values, and the batches in which these are asked for.
+/// Bounds of some rows, their values, and the batches in which the values are computed.
 struct Bounded {
     std::vector<RowValue> bounds;
     std::vector<float> values;
@@ -39,7 +39,7 @@ struct Bounded {
     }
 };
 
-/// Row r has a value of 0 to 20 and a bound that is as high or a little higher.
+/// Row r has a value of 0 to 20 and an equal or slightly higher bound.
 Bounded randomValues(std::size_t rowCount, std::uint32_t seed, bool hasNans) {
     std::mt19937 random(seed);
     Bounded bounded;
@@ -51,7 +51,7 @@ Bounded randomValues(std::size_t rowCount, std::uint32_t seed, bool hasNans) {
     return bounded;
 }
 
-TEST(BestValues, HoldAllValuesThatReachTheWantedBest) {
+TEST(BestValues, ContainTheWantedBestAndAllEqualToTheLast) {
     for (std::uint32_t seed = 0; seed < 200; ++seed) {
         Bounded bounded = randomValues(seed * 3, seed, seed % 2 == 0);
         for (const std::size_t wanted : {1U, 2U, 5U, 40U, 1000U}) {
@@ -97,32 +97,32 @@ Bounded falling(std::size_t rowCount) {
     return bounded;
 }
 
-TEST(BestValues, AreComputedInGrowingBatchesWhileBoundsReachTheBestValues) {
+TEST(BestValues, AreComputedInGrowingBatchesUntilAllBoundsAreTooLow) {
     Bounded bounded = falling(1000);
-    // The best value is 100, which the bound of row 900 still is.
+    // The best value is 100, and row 900 has the bound 100.
     EXPECT_EQ(bounded.best(1).size(), 901U);
     EXPECT_EQ(bounded.batches, (std::vector<std::size_t>{32, 64, 128, 256, 421}));
-    // The 20th best is 98.1, which the bound of row 901 still exceeds.
+    // The 20th best is 98.1, and row 901 has a bound above it.
     EXPECT_EQ(bounded.best(20).size(), 902U);
     EXPECT_EQ(bounded.batches, (std::vector<std::size_t>{40, 80, 160, 320, 302}));
 }
 
-TEST(BestValues, OfNoLimitAreAll) {
+TEST(BestValues, AreAllValuesWithoutALimit) {
     Bounded bounded = randomValues(500, 1, true);
     EXPECT_EQ(bounded.best(0).size(), 500U);
     bounded = falling(1000);
     EXPECT_EQ(bounded.best(0).size(), 1000U);
 }
 
-TEST(BestValues, OfNoRowsAreNone) {
+TEST(BestValues, AreNoneWithoutRows) {
     Bounded bounded;
     EXPECT_TRUE(bounded.best(5).empty());
     EXPECT_TRUE(bounded.best(0).empty());
     EXPECT_TRUE(bounded.batches.empty());
 }
 
-// However high the bounds of such values, they do not count among the wanted.
-TEST(BestValues, DoNotCountThoseThatAreNotNumbers) {
+// NaN is not among the wanted values, even with a high bound.
+TEST(BestValues, DoNotCountNan) {
     Bounded bounded;
     for (Row row = 0; row < 200; ++row) {
         bounded.bounds.push_back({row, row < 100 ? 5.0F : 2.0F});

@@ -1,4 +1,4 @@
-// Lists, curve areas and weights against the dense form, whatever was asked before.
+// Compares lists, curve areas and weights with the dense form, after any earlier calls.
 #include "search/adaptive/listed_rows.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ void expectSame(const NeighbourList& actual, const NeighbourList& expected) {
     expectSame(actual.curveArea, expected.curveArea, "area");
 }
 
-/// Both sides by the dense form.
+/// Both sides, computed by the dense form.
 struct DenseRows {
     std::vector<reference::Labels> labels;
     std::vector<reference::Floats> curves;
@@ -126,7 +126,7 @@ TEST(ListedRows, AreTheSameForOneRowAlone) {
     }
 }
 
-// More rows at once than the lists of are made at a time, all of them nearly identical.
+// More rows than one batch of lists, all nearly identical.
 TEST(ListedRows, EqualTheDenseFormForManyRowsAtOnce) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::nearTwins, LibraryKind::uniform, 2400, 1);
@@ -136,7 +136,7 @@ TEST(ListedRows, EqualTheDenseFormForManyRowsAtOnce) {
     expectDenseRows(library, allRows(2401), 2);
 }
 
-TEST(ListedRows, RepeatAndReorderRowsAsTheyAreAskedFor) {
+TEST(ListedRows, HaveTheOrderAndTheRepetitionsOfTheCall) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::oneCommon, LibraryKind::clustered, 40, 2);
     expectDenseRows(library, {40, 3, 3, 0, 12, 40, 0}, 1);
@@ -144,7 +144,7 @@ TEST(ListedRows, RepeatAndReorderRowsAsTheyAreAskedFor) {
     EXPECT_TRUE(listedRows(memo, Rows{}).empty());
 }
 
-TEST(ListedRows, TheQuerysShapeSideCountsAtLeastItsMinimum) {
+TEST(ListedRows, GiveTheQuerysShapeSideAtLeastItsLowestWeight) {
     std::size_t floored = 0;
     std::size_t above = 0;
     for (std::uint32_t seed = 0; seed < 40; ++seed) {
@@ -165,7 +165,7 @@ TEST(ListedRows, TheQuerysShapeSideCountsAtLeastItsMinimum) {
     EXPECT_GT(above, 5U);
 }
 
-TEST(NeighbourLists, OfIdenticalRowsMayHoldTheRowAndMissAnother) {
+TEST(NeighbourLists, OfIdenticalRowsCanContainTheRowItself) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::allTwins, LibraryKind::allTwins, 7, 1);
     ListMemo memo = memoOf(library);
@@ -187,7 +187,7 @@ TEST(NeighbourLists, AreMadeOnceForIdenticalRows) {
     EXPECT_TRUE(memo[1].lists.empty());
 }
 
-TEST(NeighbourLists, DoNotDependOnWhatWasAskedBefore) {
+TEST(NeighbourLists, DoNotDependOnEarlierCalls) {
     std::mt19937 random(3);
     for (const LibraryKind kind : allLibraryKinds) {
         SCOPED_TRACE(nameOf(kind));
@@ -208,7 +208,7 @@ TEST(NeighbourLists, DoNotDependOnWhatWasAskedBefore) {
     }
 }
 
-TEST(NeighbourLists, OfRowsThatAreNotNumbersAreEmpty) {
+TEST(NeighbourLists, OfRowsOfNanAreEmpty) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     constexpr float infinity = std::numeric_limits<float>::infinity();
     const NarrowSide narrow({0, 1, nan, 2, -infinity, 3, 3e38F, 4, 5, 6, 7});

@@ -1,4 +1,4 @@
-// The nearest rows against a plain scan of all rows.
+// Compares the nearest rows with a simple scan of all rows.
 #include "search/adaptive/nearest_rows.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 namespace quillon::test {
 namespace {
 
-/// The scans of some rows of a side.
+/// Scans for some rows of a side.
 std::vector<std::vector<Near>> scansOf(const StackedSide& side, const Rows& rows) {
     std::vector<std::vector<Near>> scans;
     for (const Row row : rows) {
@@ -54,7 +54,7 @@ TEST(NearestRows, EqualsAScanOfAllRows) {
     }
 }
 
-TEST(NearestRows, TakesAnyDistinctRowsInAnyOrder) {
+TEST(NearestRows, AcceptsDistinctRowsInAnyOrder) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::lattice, LibraryKind::nearTwins, 400, 3);
     for (const std::size_t workers : {1U, 2U, 7U}) {
@@ -71,7 +71,7 @@ TEST(NearestRows, TakesAnyDistinctRowsInAnyOrder) {
     }
 }
 
-// Chunks enough for every worker to find some of the nearest rows.
+// Enough chunks for every worker to find some of the nearest rows.
 TEST(NearestRows, EqualsAScanOfAllRowsInLargeLibraries) {
     for (const LibraryKind kind :
          {LibraryKind::uniform, LibraryKind::nearTwins, LibraryKind::oneCommon}) {
@@ -86,7 +86,7 @@ TEST(NearestRows, EqualsAScanOfAllRowsInLargeLibraries) {
     }
 }
 
-// All of 300 rows are as far from the query: the lower numbers win, wherever they come from.
+// All 300 rows have the same distance to the query. The lower numbers win in any order of arrival.
 TEST(NearestRows, BreaksTiesByLowerRow) {
     RandomLibrary library = makeRandomLibrary(LibraryKind::allTwins, LibraryKind::uniform, 300, 1);
     library.queryShape.fill(0.0F);
@@ -104,8 +104,8 @@ TEST(NearestRows, BreaksTiesByLowerRow) {
     }
 }
 
-// By the time that the nearest row comes, the limit is the distance of another, one unit in the
-// last place farther.
+// When the nearest row is offered, the limit is the distance of another row, one unit in the last
+// place farther away.
 TEST(NearestRows, KeepsARowNearerByOneUnitInTheLastPlace) {
     std::vector<float> values(60);
     for (std::size_t row = 1; row < values.size(); ++row) {
@@ -122,7 +122,7 @@ TEST(NearestRows, KeepsARowNearerByOneUnitInTheLastPlace) {
               (std::vector<Near>{{0.0F, 0}, {0x1.000002p+0F, 50}}));
 }
 
-TEST(NearestRows, ListsIdenticalRowsEachForItself) {
+TEST(NearestRows, ListsEveryIdenticalRow) {
     const NarrowSide narrow({0, 1, 2, 1, 0, 1, 5, 2});
     const StackedSide side = sideOf(narrow.query, narrow.library, 2);
     EXPECT_EQ(nearestRows(side, Rows{0}, 4).front(),
@@ -138,7 +138,7 @@ TEST(NearestRows, ListsIdenticalRowsEachForItself) {
     EXPECT_EQ(nearestRows(side, Rows{1}, 2).front(), (std::vector<Near>{{0.0F, 1}, {0.0F, 3}}));
 }
 
-// Rows of another vector, at the same distance, between identical ones.
+// Rows with another vector at the same distance, with numbers between those of identical rows.
 TEST(NearestRows, MergesIdenticalRowsWithOthersAtTheSameDistance) {
     const NarrowSide narrow({0, 1, -1, 1, -1, 1, -1, 1, 9});
     const StackedSide side = sideOf(narrow);
@@ -147,7 +147,7 @@ TEST(NearestRows, MergesIdenticalRowsWithOthersAtTheSameDistance) {
         (std::vector<Near>{{0.0F, 0}, {1.0F, 1}, {1.0F, 2}, {1.0F, 3}, {1.0F, 4}, {1.0F, 5}}));
 }
 
-TEST(NearestRows, LeavesOutRowsThatAreNotBelowTheLargestFloat) {
+TEST(NearestRows, LeavesOutDistancesNotBelowTheLargestFloat) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     const NarrowSide narrow({0.0F, nan, 1e20F, -3e38F, 1e19F, 2.0F});
     const StackedSide side = sideOf(narrow);

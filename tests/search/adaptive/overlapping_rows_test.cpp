@@ -31,7 +31,7 @@ std::set<Row> setOf(const Rows& rows) {
     return {rows.begin(), rows.end()};
 }
 
-/// `all` are the rows with their lists. Returns how many overlap.
+/// `all` are the rows with their lists. Returns the number of overlapping rows.
 std::size_t expectNoneMissing(const ListMemo& memo, const OverlappingRows& overlapping,
                               const std::vector<ListedRow>& listed,
                               const std::vector<ListedRow>& all) {
@@ -67,7 +67,7 @@ std::size_t expectNoneMissing(const ListMemo& memo, const OverlappingRows& overl
     return sharing;
 }
 
-TEST(OverlappingRows, MissNone) {
+TEST(OverlappingRows, IncludeEveryRowWithACommonElement) {
     std::size_t sharing = 0;
     for (const LibraryKind kind : allLibraryKinds) {
         for (const std::uint32_t rowCount : {1U, 3U, 7U, 33U, 80U, 500U}) {
@@ -92,7 +92,7 @@ TEST(OverlappingRows, MissNone) {
     EXPECT_GT(sharing, 1000U);
 }
 
-TEST(OverlappingRows, AreNoneOfNoLists) {
+TEST(OverlappingRows, AreNoneWithoutLists) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::oneCommon, LibraryKind::clustered, 60, 3);
     ListMemo memo = memoOf(library);
@@ -100,7 +100,7 @@ TEST(OverlappingRows, AreNoneOfNoLists) {
     EXPECT_TRUE(memo[0].lists.empty());
 }
 
-// Nearly all lists stay unmade.
+// Nearly all lists are never made.
 TEST(OverlappingRows, AreFew) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::uniform, LibraryKind::clustered, 2000, 3);

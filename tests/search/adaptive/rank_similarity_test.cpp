@@ -1,4 +1,4 @@
-// The distance between neighbour lists and the similarities made of it.
+// The distance between neighbour lists, and the similarities computed from it.
 #include "search/adaptive/rank_similarity.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ TEST(RankListDistance, IsTheFootruleWithAPenaltyForAbsentElements) {
     EXPECT_EQ(distance({1}, {0}), 1.0F);
 }
 
-TEST(RankListDistance, UnfilledPositionsMatchTheFirstUnfilledOne) {
+TEST(RankListDistance, MatchesGapsWithTheFirstGap) {
     EXPECT_EQ(distance({3, noRow, noRow, noRow, noRow}, {3, noRow, noRow, noRow, noRow}),
               (1.0F + 2.0F + 3.0F) / 35.0F);
     EXPECT_EQ(distance({noRow, noRow}, {7, noRow}), (1.0F + 0.0F) / 5.0F);
@@ -41,7 +41,7 @@ TEST(RankSimilarity, IsSymmetric) {
     EXPECT_EQ(rankSimilarity(a, a), 1.0F);
 }
 
-TEST(RankSimilarity, IsZeroForDisjointListsAndForThoseOfTwoRows) {
+TEST(RankSimilarity, Is0ForDisjointListsAndInALibraryOfOneBlock) {
     EXPECT_EQ(rankSimilarity(listOf({1, 2, 3, 4, 5}), listOf({7, 8, 9, 10, 11})), 0.0F);
     EXPECT_EQ(rankSimilarity(listOf({1}), listOf({0})), 0.0F);
 }
@@ -95,7 +95,7 @@ TEST(RankSimilarityBound, IsOneWhereBothListsMayHaveGaps) {
     EXPECT_EQ(rankSimilarityBound(listOf({1, 2, noRow}), std::vector<Row>{4}), 0.0F);
 }
 
-TEST(FusedSimilarity, TakesTheWeightsOfTheFirstRow) {
+TEST(FusedSimilarity, UsesTheWeightsOfTheFirstRow) {
     // On the shape side the lists are disjoint, on the text side they are equal.
     const ListedRow a = listedRow(0, {1}, {2}, {0.75F, 0.25F});
     const ListedRow b = listedRow(1, {2}, {2}, {0.5F, 0.5F});
@@ -103,7 +103,7 @@ TEST(FusedSimilarity, TakesTheWeightsOfTheFirstRow) {
     EXPECT_EQ(fusedSimilarity(b, a), 0.5F);
 }
 
-TEST(FusedSimilarity, CountsARowAsMostSimilarToItselfWhateverItLists) {
+TEST(FusedSimilarity, HasASimilarityOf1ForARowAndItself) {
     const ListedRow row = listedRow(3, {noRow, noRow}, {noRow, noRow}, {0.75F, 0.25F});
     EXPECT_EQ(fusedSimilarity(row, row), 1.0F);
     ListedRow other = row;
@@ -120,7 +120,7 @@ TEST(FusedSimilarity, RoundsEveryProductAndSum) {
     EXPECT_EQ(fusedSimilarity(a, b), texts + shapes);
 }
 
-TEST(FusedSimilarity, IsNotANumberWhereAWeightIsNone) {
+TEST(FusedSimilarity, IsNanForANanWeight) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     const ListedRow a = listedRow(0, {1}, {2}, {nan, nan});
     EXPECT_TRUE(std::isnan(fusedSimilarity(a, listedRow(1, {3}, {4}, {0.5F, 0.5F}))));

@@ -1,4 +1,4 @@
-// The order of scores, among them some that are not numbers.
+// The order of scores, NaN among them.
 #include "search/adaptive/ranked_order.h"
 
 #include <gtest/gtest.h>
@@ -31,8 +31,8 @@ TEST(AscendingOrder, MovesPastANanOnlyValuesBelowTheFirst) {
               (std::vector<std::size_t>{0, 2, 1, 3, 4}));
 }
 
-/// By the reference, and up to 16 values, which it sorts by insertion alone, by the standard
-/// library too.
+/// Compares with the reference. Up to 16 values also with std::sort, which sorts so few by
+/// insertion.
 void expectOrderOfAnInsertionSort(const std::vector<float>& values) {
     const std::vector<std::size_t> actual = ascendingOrder(values);
     reference::Floats row = reference::Floats::from_shape({1, values.size()});

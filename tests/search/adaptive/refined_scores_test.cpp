@@ -1,4 +1,4 @@
-// The best neighbours and the scores of a few rows with lists and weights written down.
+// The best neighbours and the scores of a few rows with given lists and weights.
 #include "search/adaptive/refined_scores.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
-/// `values[r]` for row r; zeros are left out, as rows are that overlap with nothing.
+/// `values[r]` for row r. Zeros are left out, like rows without an overlap.
 Rows bestOf(const std::vector<float>& values, std::uint32_t k) {
     std::vector<RowValue> rows;
     for (Row row = 0; row < values.size(); ++row) {
@@ -36,12 +36,12 @@ TEST(BestNeighbours, BreakTiesByHigherRow) {
     EXPECT_EQ(bestOf({1.0F, 0.0F, 0.0F, 0.0F}, 2), (Rows{3, 2}));
 }
 
-TEST(BestNeighbours, LeaveOutTheFirstWhicheverRowItIs) {
-    // As similar to the query as itself: it comes first and is left out in the query's place.
+TEST(BestNeighbours, LeaveOutTheFirstRowEvenIfItIsNotTheQuery) {
+    // The row is as similar to the query as the query itself, so it comes first and is left out.
     EXPECT_EQ(bestOf({1.0F, 0.5F, 1.0F, 0.7F}, 2), (Rows{0, 3}));
 }
 
-TEST(BestNeighbours, AreNeverTheWeakestRow) {
+TEST(BestNeighbours, NeverIncludeTheLastRow) {
     EXPECT_EQ(bestOf({1.0F, 0.5F, 0.0F, 0.7F}, 3), (Rows{3, 1}));
     EXPECT_EQ(bestOf({1.0F, 0.5F, 0.0F, 0.7F}, 2), (Rows{3, 1}));
     EXPECT_EQ(bestOf({1.0F, 0.5F, 0.0F, 0.7F}, 1), Rows{3});
@@ -50,7 +50,7 @@ TEST(BestNeighbours, AreNeverTheWeakestRow) {
     EXPECT_EQ(bestOf({1.0F}, 0), Rows{});
 }
 
-/// Rows 4, 5 and 6, which list 1 and 2, 2 and 3, 9 and 9 on the shape side, 7 and 8 on the other.
+/// Rows 4, 5 and 6. Their shape lists are (1, 2), (2, 3) and (9, 9), their text lists (7, 8).
 Votes threeVotes(std::uint32_t k = 3) {
     return votesOf(
         listedRow(0, {4, 5}, {6, 7}, {0.4F, 0.6F}),
@@ -85,7 +85,7 @@ TEST(ForEachPlace, VisitsThePlacesOfAnElementInOrder) {
     EXPECT_EQ(placesOf(noRow), Places{2});
 }
 
-TEST(RefinedScore, AddsTheVotesOfTheBestNeighboursWithTheRowsOwnWeights) {
+TEST(RefinedScore, WeighsTheSimilaritiesToNeighboursByTheRowsWeights) {
     const std::vector<ListedRow> rows{
         listedRow(0, {1}, {3}, {0.4F, 0.6F}), listedRow(1, {1}, {2}, {0.5F, 0.5F}),
         listedRow(2, {1}, {2}, {0.5F, 0.5F}), listedRow(3, {0}, {2}, {0.25F, 0.75F})};
@@ -106,7 +106,7 @@ std::vector<Row> randomList(std::mt19937& random) {
 }
 
 // Sums in another order have other last bits.
-TEST(RefinedScore, AddsTheVotesInTheOrderOfTheNeighbours) {
+TEST(RefinedScore, AddsTheSimilaritiesInTheOrderOfTheNeighbours) {
     std::mt19937 random(1);
     const ListedRow query = listedRow(0, randomList(random), randomList(random), {0.4F, 0.6F});
     const ListedRow row = listedRow(9, randomList(random), randomList(random), {0.3F, 0.7F});
@@ -129,10 +129,10 @@ TEST(RefinedScore, AddsTheVotesInTheOrderOfTheNeighbours) {
     EXPECT_GT(scores.size(), 1U);
 }
 
-TEST(RefinedScore, IsNotANumberWhereAWeightIsNoneAndThereAreNeighbours) {
+TEST(RefinedScore, IsNanForANanWeightIfThereAreNeighbours) {
     const std::vector<ListedRow> rows{listedRow(0, {1}, {3}, {0.4F, 0.6F}),
                                       listedRow(1, {1}, {2}, {0.5F, 0.5F})};
-    // It overlaps with nothing.
+    // The row has no overlap.
     for (const std::array<float, 2>& weights :
          {std::array<float, 2>{nan, nan}, std::array<float, 2>{nan, 0.0F},
           std::array<float, 2>{0.0F, nan}}) {

@@ -1,5 +1,4 @@
-// Bounds are never too low; and of the rows that may list an element none is missing, and few are
-// too many.
+// Bounds are never too low. The candidates contain every row that lists an element, and few others.
 #include "search/adaptive/reverse_neighbours.h"
 
 #include <gtest/gtest.h>
@@ -24,7 +23,7 @@ float sixthOf(const StackedSide& side, Row row) {
     return near.size() < 6 ? unreached : near[5].first;
 }
 
-/// The same, where of other identical rows the first one counts.
+/// The same, but of other identical rows only the first one counts.
 float sixthOfDistinct(const StackedSide& side, Row row) {
     std::vector<float> distances;
     for (const auto& [distance, other] : nearestByScan(side, row)) {
@@ -62,16 +61,16 @@ TEST(NeighbourBounds, AreAtLeastTheDistanceToTheSixthNearestRow) {
 }
 
 TEST(NeighbourBounds, CountIdenticalRows) {
-    // Six rows of 0, five of 10, one of 11 and one of 20.
+    // Six rows at 0, five at 10, one at 11 and one at 20.
     const NarrowSide narrow({0, 0, 10, 0, 10, 0, 10, 0, 10, 0, 10, 11, 20});
     const std::vector<float> bounds = neighbourBounds(sideOf(narrow));
     EXPECT_EQ(bounds[0], 0.0F);
     EXPECT_EQ(bounds[2], 1.0F);
-    // Of other rows that are identical the first one counts.
+    // Of other identical rows only the first one counts.
     EXPECT_EQ(bounds[11], unreached);
 }
 
-// Five rows near each other and far from all others do not bound each other's sixth-nearest.
+// Five rows near each other and far from all others do not give each other a low bound.
 TEST(NeighbourBounds, CountNoRowTwice) {
     std::vector<float> values(320);
     for (std::size_t row = 0; row < values.size(); ++row) {
@@ -84,8 +83,8 @@ TEST(NeighbourBounds, CountNoRowTwice) {
     }
 }
 
-// Rows of one cluster are at squared distances about 1 or less, others at about 2.
-TEST(NeighbourBounds, AreNearInClusters) {
+// Squared distances are about 1 or less in a cluster, and about 2 between clusters.
+TEST(NeighbourBounds, AreLowInClusters) {
     const RandomLibrary library =
         makeRandomLibrary(LibraryKind::clustered, LibraryKind::clustered, 1000, 1);
     const StackedSide side = sideOf(library.queryShape, library.shapeMatrix, 2);
@@ -115,7 +114,7 @@ bool contains(std::span<const Row> rows, Row row) {
     return std::find(rows.begin(), rows.end(), row) != rows.end();
 }
 
-/// The candidates in a form that can be compared.
+/// Returns the candidates in a form that can be compared.
 using Candidates = std::vector<std::pair<Row, Rows>>;
 
 Candidates candidatesOf(const StackedSide& side, const std::vector<float>& bounds,
@@ -132,7 +131,7 @@ struct Found {
     std::size_t listing = 0;  // rows that do list an element
 };
 
-/// Elements with `noRow` among them ask for gaps, too.
+/// `noRow` among the elements stands for gaps.
 Found expectNoneMissing(const FeatureMatrix& query, const FeatureMatrix& library,
                         const Rows& elements) {
     StackedSide side = sideOf(query, library, 2);
@@ -181,7 +180,7 @@ Rows someElements(std::uint32_t rowCount) {
     return elements;
 }
 
-TEST(ReverseNeighbourCandidates, MissNoRowThatListsAnElement) {
+TEST(ReverseNeighbourCandidates, IncludeEveryRowThatListsAnElement) {
     std::size_t listing = 0;
     for (const LibraryKind kind : allLibraryKinds) {
         for (const std::uint32_t rowCount :
@@ -197,8 +196,8 @@ TEST(ReverseNeighbourCandidates, MissNoRowThatListsAnElement) {
     EXPECT_GT(listing, 1000U);
 }
 
-// Elements and rows both among identical ones.
-TEST(ReverseNeighbourCandidates, MissNoneAmongIdenticalRows) {
+// Elements and candidates both have identical rows.
+TEST(ReverseNeighbourCandidates, IncludeIdenticalRows) {
     std::size_t listing = 0;
     for (std::uint32_t seed = 0; seed < 8; ++seed) {
         RandomLibrary library =
@@ -227,7 +226,7 @@ TEST(ReverseNeighbourCandidates, AreNoneForNoElements) {
     EXPECT_EQ(expectNoneMissing(library.queryText, library.textMatrix, {}).candidates, 0U);
 }
 
-// Rows on a line one apart, numbered at random: each lists the two or three on either side of it.
+// Rows on a line at distance 1, numbered at random. Each lists the two or three next to it.
 TEST(ReverseNeighbourCandidates, KeepRowsAtTheirBound) {
     std::vector<float> values(1000);
     for (std::size_t row = 0; row < values.size(); ++row) {
@@ -241,7 +240,7 @@ TEST(ReverseNeighbourCandidates, KeepRowsAtTheirBound) {
     }
 }
 
-TEST(ReverseNeighbourCandidates, AreFewRowsMoreThanThoseThatListAnElement) {
+TEST(ReverseNeighbourCandidates, IncludeFewOtherRows) {
     for (const LibraryKind kind : {LibraryKind::clustered, LibraryKind::uniform}) {
         const RandomLibrary library = makeRandomLibrary(kind, kind, 4000, 1);
         const Found found = expectNoneMissing(library.queryText, library.textMatrix, {5});

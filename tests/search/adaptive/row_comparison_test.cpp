@@ -1,4 +1,4 @@
-// Tile by tile, every pair below its limit once.
+// Every pair below its limit is visited once, tile by tile.
 #include "search/adaptive/row_comparison.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace quillon::test {
 namespace {
 
-/// Row r at r on a line: distances are small whole numbers and exact.
+/// Row r is at r on a line, so distances are small whole numbers and exact.
 std::vector<float> line(std::size_t rowCount) {
     std::vector<float> values(rowCount);
     std::iota(values.begin(), values.end(), 0.0F);
@@ -70,8 +70,8 @@ TEST(ForEachNear, VisitsEveryPairBelowItsLimitInOrder) {
     }
 }
 
-// Once a limit is lowered, the tiles that follow know.
-TEST(ForEachNear, LooksAtTheLimitsBeforeEveryTile) {
+// A lowered limit holds for the following tiles.
+TEST(ForEachNear, ReadsTheLimitsBeforeEveryTile) {
     const NarrowSide narrow(line(60));
     const StackedSide side = sideOf(narrow);
     const RowPack pack = packRows(side, Rows{30}).front();
@@ -97,7 +97,7 @@ TEST(ForEachNear, LooksAtTheLimitsBeforeEveryTile) {
     EXPECT_EQ(visited, tileRows);
 }
 
-TEST(ForEachNear, LeavesOutDistancesAtTheLargestFloatAndThoseThatAreNoNumbers) {
+TEST(ForEachNear, LeavesOutNanAndDistancesAtTheLargestFloat) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     const NarrowSide narrow({0.0F, nan, 1e20F, -3e38F, 1e19F, 2.0F});
     const StackedSide side = sideOf(narrow);
@@ -109,7 +109,7 @@ TEST(ForEachNear, LeavesOutDistancesAtTheLargestFloatAndThoseThatAreNoNumbers) {
     EXPECT_EQ(visited, (Rows{0, 4, 5}));
 }
 
-// As many rows as several workers share, and columns in several packs.
+// Enough rows for several workers, and columns in several packs.
 TEST(CompareRows, VisitsEveryPairBelowItsLimitInTheOrderOfTheColumns) {
     const NarrowSide narrow(line(1500));
     StackedSide side = sideOf(narrow);

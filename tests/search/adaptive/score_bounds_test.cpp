@@ -1,4 +1,4 @@
-// Upper bounds on similarities and scores: never below the exact ones.
+// Upper bounds on scores are never below the exact scores.
 #include "search/adaptive/score_bounds.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ std::map<Row, float> byRow(const std::vector<RowValue>& values) {
     return byRow;
 }
 
-/// Each of `exact` that is above 0 has a bound at least as high. Returns how many have.
+/// Checks that each of `exact` above 0 has a bound at least as high. Returns their number.
 std::size_t expectBounds(const std::vector<RowValue>& bounds, const std::vector<float>& exact) {
     const std::map<Row, float> boundOf = byRow(bounds);
     std::size_t bounded = 0;
@@ -74,8 +74,8 @@ std::size_t expectBoundsOf(const RandomLibrary& library, std::uint32_t k) {
     }
     const Votes votes = votesOf(byQuery.query, neighbours, k);
     const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, neighbours);
-    // The query's own score, which is never a hit's, has no bound: its shape side counts even when
-    // its curve is flat.
+    // The score of the query, which is never a hit, has no bound: its shape side has a weight even
+    // if the curve is flat.
     exact.assign(1, 0.0F);
     for (std::size_t row = 1; row < all.size(); ++row) {
         exact.push_back(refinedScore(votes, all[row]));
@@ -123,7 +123,7 @@ TEST(ScoreBounds, OfTheQueryCountTheCommonElementsOfEachSide) {
     EXPECT_EQ(bounds.at(3), 0.25F);
 }
 
-/// The bound of row 1 by its overlaps with the lists of one neighbour, which is `neighbour`.
+/// The bound of row 1 from its overlaps with the lists of `neighbour`.
 float boundOfRow(Overlap shapes, Overlap texts, Row neighbour = 2) {
     const Votes votes = votesOf(listedRow(0, {30, 31}, {32, 33}, {0.5F, 0.5F}),
                                 {listedRow(neighbour, {5, 6}, {7, 8}, {0.5F, 0.5F})}, 1);
@@ -136,7 +136,7 @@ float boundOfRow(Overlap shapes, Overlap texts, Row neighbour = 2) {
 
 constexpr float roundedUp = 1.000001F;
 
-TEST(ScoreBounds, OfNeighboursCountTheSideThatSharesMost) {
+TEST(ScoreBounds, OfNeighboursUseTheSideWithTheHigherBound) {
     EXPECT_EQ(boundOfRow({{5}}, {}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
     EXPECT_EQ(boundOfRow({{5}}, {{7, 8}}), roundedUp / 2.0F);
     EXPECT_EQ(boundOfRow({{5, 6}}, {{7}}), roundedUp / 2.0F);
@@ -149,12 +149,12 @@ TEST(ScoreBounds, OfNeighboursCountElementsByTheirPlaces) {
     EXPECT_EQ(boundOfRow({{6}}, {{7}}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
 }
 
-TEST(ScoreBounds, CountNothingForASideWithAFlatCurve) {
+TEST(ScoreBounds, IgnoreASideWithAFlatCurve) {
     EXPECT_EQ(boundOfRow({{5, 6}, true}, {}), 0.0F);
     EXPECT_EQ(boundOfRow({{5, 6}, true}, {{7}}), boundOf({5, 6}, {5}) * roundedUp / 2.0F);
 }
 
-TEST(ScoreBounds, CountANeighbourAsMostSimilarToItself) {
+TEST(ScoreBounds, UseASimilarityOf1ForANeighbourAndItself) {
     EXPECT_EQ(boundOfRow({{5}}, {}, 1), roundedUp / 2.0F);
 }
 

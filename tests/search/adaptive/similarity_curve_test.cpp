@@ -1,4 +1,4 @@
-// The curve of a row's neighbours, its area, and what the sides count for it.
+// The similarity curve of a row, its area, and the weights of the sides.
 #include "search/adaptive/similarity_curve.h"
 
 #include <gtest/gtest.h>
@@ -18,18 +18,18 @@ TEST(CurveArea, IsTheTrapezoidSumOfSquaredHeights) {
     EXPECT_FLOAT_EQ(curveArea(std::vector<float>{0.9F, 0.5F, 0.1F}), 0.48F);
 }
 
-TEST(CurveArea, MeasuresHeightsFromTheMinimumWhereverItIs) {
+TEST(CurveArea, MeasuresHeightsFromTheMinimum) {
     EXPECT_EQ(curveArea(std::vector<float>{1.0F, -1.0F, 0.0F}), 2.0F + 0.5F);
     EXPECT_EQ(curveArea(std::vector<float>{3.0F, 2.0F}), 0.5F);
 }
 
-TEST(CurveArea, IsZeroBelowTwoPointsAndForAFlatCurve) {
+TEST(CurveArea, Is0ForFewerThanTwoPointsAndForAFlatCurve) {
     EXPECT_EQ(curveArea({}), 0.0F);
     EXPECT_EQ(curveArea(std::vector<float>(1, 0.3F)), 0.0F);
     EXPECT_EQ(curveArea(std::vector<float>(100, 0.3F)), 0.0F);
 }
 
-// A 32-bit sum would lose every pair behind the first.
+// A 32-bit sum would lose every pair after the first.
 TEST(CurveArea, SumsIn64Bits) {
     std::vector<float> curve(101, 1.0F);
     curve.front() = 8193.0F;

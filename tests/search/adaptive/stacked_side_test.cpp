@@ -1,4 +1,4 @@
-// The stacked rows of one side and which of them are identical.
+// The stacked rows of one side, and the identical rows among them.
 #include "search/adaptive/stacked_side.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace quillon::test {
 namespace {
 
-TEST(StackSide, PutsTheQueryInFront) {
+TEST(StackSide, PutsTheQueryFirst) {
     const NarrowSide narrow({5.0F, 1.0F, 2.0F});
     const StackedSide side = stackSide(narrow.query, narrow.library, 3, runnableKernels().front());
     EXPECT_EQ(side.rowCount, 3U);
@@ -39,7 +39,7 @@ TEST(StackSide, RefusesAQueryOfAnotherWidth) {
     }
 }
 
-TEST(StackSide, TakesAQueryWithoutALibrary) {
+TEST(StackSide, AcceptsALibraryWithoutRows) {
     const NarrowSide narrow({5.0F});
     const StackedSide side = sideOf(narrow);
     EXPECT_EQ(side.rowCount, 1U);

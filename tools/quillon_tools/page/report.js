@@ -1,5 +1,5 @@
 "use strict";
-// Sorts and filters the cards of every list. Values sort with the best first, texts by the alphabet.
+// Sorts and filters the cards of every list. The best values come first, texts in alphabetical order.
 const sort = document.getElementById("sort");
 const filter = document.getElementById("filter");
 const shown = document.getElementById("shown");
