@@ -1,13 +1,15 @@
-// Fetches the blocks of one listed drawing from its encodings file, and decides by which road.
+// Fetches the blocks of one listed drawing from its encodings file: reads the file, then decodes
+// the bytes. Several threads may do either at the same time.
 #pragma once
 
 #include <simdjson.h>
 #include <exception>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
-#include <vector>
+#include <nlohmann/json.hpp>
+#include <string_view>
 
+#include "documents/input_file.h"
 #include "library/drawing_blocks.h"
 
 namespace quillon {
@@ -25,15 +27,28 @@ struct ListedDrawing {
     std::exception_ptr failure;
 };
 
-/// What one fetching thread keeps from drawing to drawing, so that it is allocated once.
-struct FetchBuffers {
-    simdjson::dom::parser parser;
-    std::vector<char> bytes;
+/// The encodings file that `listed`, an element of the file list, names in UTF-8, open. Throws
+/// type_error 302 when `listed` is no string, and what `InputFile` and `knownFormat` throw.
+struct EncodingsFile {
+    explicit EncodingsFile(const nlohmann::json& listed);
+
+    std::shared_ptr<const std::filesystem::path> path;
+    InputFile input;
+    nlohmann::json::input_format_t format;
 };
 
-/// `listed`, an element of the file list, is the path of an encodings file in UTF-8. Throws
-/// type_error 302 when it is no string, and what `readJsonFile` throws of the file; what is wrong
-/// with a document's structure stands in the blocks.
+/// Takes the blocks out of the file's bytes. Throws what `checkBinaryLimits` and `parseDocument`
+/// throw; what is wrong with a document's structure stands in the blocks.
+ListedDrawing decodeDrawing(const EncodingsFile& file, std::string_view bytes,
+                            simdjson::dom::parser& parser);
+
+/// What is kept from drawing to drawing, so that it is allocated once.
+struct FetchBuffers {
+    simdjson::dom::parser parser;
+    FileBytes bytes;
+};
+
+/// Opens, reads and decodes.
 ListedDrawing fetchDrawing(const nlohmann::json& listed, FetchBuffers& buffers);
 
 }  // namespace quillon

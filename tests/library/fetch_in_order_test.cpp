@@ -8,7 +8,6 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "shared/utf8_path.h"
@@ -111,12 +110,13 @@ TEST(FetchInOrder, NoMoreDrawingsWaitThanMay) {
     const auto rejected = [](const char* key) {
         return json{{"blocks", {key}}, {"shape", {0}}, {"text", {0}}};
     };
-    expectNoneFetchedEarlier(maxWaitingDrawings + 1, rejected("early"), rejected("late"),
+    expectNoneFetchedEarlier(maxDrawingsInFlight + 1, rejected("early"), rejected("late"),
                              [](const DrawingBlocks& drawing) {
                                  EXPECT_EQ(drawing.remarks, "Invalid shape vector for \"late\"\n");
                              });
 }
 
+/// The limit in drawings, and one for each that may be decoded when the limit is reached.
 TEST(FetchInOrder, NoMoreBytesWaitThanMay) {
     const std::size_t bytesOfDrawing = [] {
         DrawingBlocks drawing;
@@ -124,9 +124,8 @@ TEST(FetchInOrder, NoMoreBytesWaitThanMay) {
         drawing.texts.append();
         return drawing.shapes.capacityBytes() + drawing.texts.capacityBytes();
     }();
-    const std::size_t ahead =
-        maxWaitingBytes / bytesOfDrawing + std::thread::hardware_concurrency() + 2;
-    ASSERT_LT(ahead, maxWaitingDrawings);
+    const std::size_t ahead = maxBytesInFlight / bytesOfDrawing + maxReaders + 2;
+    ASSERT_LT(ahead, maxDrawingsInFlight);
     expectNoneFetchedEarlier(ahead, encodings({{"early*E*1", 1.0}}), encodings({{"late*L*1", 1.0}}),
                              [](const DrawingBlocks& drawing) {
                                  ASSERT_EQ(drawing.blocks.size(), 1U);

@@ -65,7 +65,7 @@ std::string bitsOf(const DrawingBlocks& drawing) {
 /// Nothing where the bytes don't parse or the drawing is not whole.
 std::optional<std::string> bitsByTree(const std::string& bytes, Format format) {
     try {
-        const DrawingBlocks drawing = blocksOfDocument(parseBinary(bytes, format));
+        const DrawingBlocks drawing = blocksOfDocument(parseDocument(bytes, format));
         bool isWhole = !drawing.failure && drawing.remarks.empty();
         for (const DrawingBlock& block : drawing.blocks) {
             isWhole = isWhole && block.remarks.empty() && !block.shapeFault && !block.textFault;
