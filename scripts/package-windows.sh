@@ -23,7 +23,7 @@ for document in README.md LICENSE THIRD-PARTY.md docs/messages.md docs/windows.m
 done
 cp -r docs/schema "$folder/docs"
 for package in libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libsimdjson-dev \
-    libxtensor-dev xtl-dev libboost1.74-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
+    libxtensor-dev xtl-dev gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     sed 's/$/\r/' "/usr/share/doc/$package/copyright" >"$folder/licenses/$package.txt"
 done
 

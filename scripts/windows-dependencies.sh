@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh g++-mingw-w64-x86-64-posix gcc make cmake ninja-build dpkg-dev \
     libfaiss-dev libopenblas-openmp-dev nlohmann-json3-dev libxtensor-dev xtl-dev \
-    libboost-dev libsimdjson-dev libgtest-dev
+    libsimdjson-dev libgtest-dev
 
 source_of() { dpkg-query -W -f '${source:Package}=${source:Version}' "$1"; }
 sources=("$(source_of libfaiss-dev)" "$(source_of libopenblas-openmp-dev)"
@@ -18,7 +18,7 @@ key=$({
     cat scripts/windows-dependencies.sh \
         cmake/windows/{CMakeLists.txt,toolchain.cmake,unused_lapack.c}
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev \
-        nlohmann-json3-dev libxtensor-dev xtl-dev libboost-dev libgtest-dev
+        nlohmann-json3-dev libxtensor-dev xtl-dev libgtest-dev
     printf '%s\n' "${sources[@]}"
 } | sha256sum | cut -c 1-16)
 cache=${QUILLON_WINDOWS_CACHE:-$PWD/build/windows-cache}
@@ -88,7 +88,7 @@ if ! { cmake -G Ninja -S cmake/windows -B "$work/build" -DCMAKE_BUILD_TYPE=Relea
 fi
 
 # Libraries of headers only are the same on every system. /usr/include itself must not be searched.
-for headers in boost nlohmann xtensor xtl; do
+for headers in nlohmann xtensor xtl; do
     ln -s "/usr/include/$headers" "$prefix/include/$headers"
 done
 cp -r /usr/share/cmake/nlohmann_json /usr/share/cmake/xtl "$prefix/lib/cmake"

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "documents/json_access.h"
+#include "library/fetch_drawing.h"
 
 namespace quillon {
 namespace {
@@ -36,14 +37,15 @@ bool wasSlow(std::size_t bytes, Clock::duration time) {
     return time > std::chrono::microseconds(500) + std::chrono::nanoseconds(bytes);
 }
 
-std::size_t bytesOf(const ListedDrawing& drawing) {
-    return drawing.blocks.shapes.capacityBytes() + drawing.blocks.texts.capacityBytes();
+std::size_t bytesOf(const Drawing& drawing) {
+    return drawing.shapes.capacityBytes() + drawing.texts.capacityBytes();
 }
 
 /// To be called while an exception is handled.
-ListedDrawing failedDrawing() noexcept {
-    ListedDrawing failed;
+Drawing failedDrawing() noexcept {
+    Drawing failed;
     failed.failure = std::current_exception();
+    failed.isReadable = false;
     return failed;
 }
 
@@ -104,12 +106,12 @@ class ParallelFetch {
 
     /// Returns how many drawings have been consumed: all, or those ahead of the first one that
     /// failed for want of memory or descriptors.
-    std::size_t consumeAll(const std::function<void(ListedDrawing&&)>& consume) {
+    std::size_t consumeAll(const std::function<void(Drawing&&)>& consume) {
         std::unique_lock lock(mutex);
         while (consumed < files.size()) {
             Place& first = places[consumed % places.size()];
             if (first.isFetched) {
-                ListedDrawing drawing = std::move(first.drawing);
+                Drawing drawing = std::move(first.drawing);
                 first.isFetched = false;
                 if (isExhaustion(drawing.failure)) {
                     break;
@@ -131,7 +133,7 @@ class ParallelFetch {
   private:
     struct Place {
         bool isFetched = false;
-        ListedDrawing drawing;
+        Drawing drawing;
     };
 
     struct Stopped {};
@@ -186,7 +188,7 @@ class ParallelFetch {
         }
         lock.unlock();
         std::optional<EncodingsFile> file;
-        ListedDrawing drawing = fetch(index, fileBytes, file);
+        Drawing drawing = fetch(index, fileBytes, file);
         lock.lock();
         bytesInFlight += bytesOf(drawing);
         Place& place = places[index % places.size()];
@@ -204,8 +206,8 @@ class ParallelFetch {
     }
 
     /// An exception would end the process from inside a thread, so none leaves.
-    ListedDrawing fetch(std::size_t index, std::size_t& fileBytes,
-                        std::optional<EncodingsFile>& file) noexcept {
+    Drawing fetch(std::size_t index, std::size_t& fileBytes,
+                  std::optional<EncodingsFile>& file) noexcept {
         try {
             const auto start = Clock::now();
             file.emplace(elementOf(files, index));
@@ -216,7 +218,7 @@ class ParallelFetch {
             file->input.readAll(bytes);
             simdjson::dom::parser& parser =
                 takeParser(wasSlow(size, opened - start + (Clock::now() - admitted)));
-            ListedDrawing drawing;
+            Drawing drawing;
             try {
                 drawing = decodeDrawing(*file, bytes.view(), parser);
             } catch (...) {
@@ -300,11 +302,11 @@ class ParallelFetch {
 
 }  // namespace
 
-void fetchInOrder(const json& files, const std::function<void(ListedDrawing&&)>& consume) {
+void fetchInOrder(const json& files, const std::function<void(Drawing&&)>& consume) {
     std::size_t index = ParallelFetch(files).consumeAll(consume);
     FetchBuffers buffers;
     for (; index < files.size(); ++index) {
-        ListedDrawing drawing;
+        Drawing drawing;
         try {
             drawing = fetchDrawing(elementOf(files, index), buffers);
         } catch (...) {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
 
-#include "library/fetch_drawing.h"
+#include "library/drawing.h"
 
 namespace quillon {
 
@@ -30,6 +30,6 @@ inline constexpr std::size_t maxDrawingsInFlight = 1024;
 /// been freed. Threads that can't be started only cost time.
 ///
 /// What `consume` throws ends the fetching and leaves this function.
-void fetchInOrder(const nlohmann::json& files, const std::function<void(ListedDrawing&&)>& consume);
+void fetchInOrder(const nlohmann::json& files, const std::function<void(Drawing&&)>& consume);
 
 }  // namespace quillon

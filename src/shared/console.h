@@ -1,4 +1,4 @@
-// The one road to the console: a formatter with the bare placeholder "{}", and the report of an
+// The one way to the console: a formatter with the bare placeholder "{}", and the report of an
 // exception. Text goes to the standard output, unflushed; the standard error stream stays silent.
 #pragma once
 

@@ -9,7 +9,7 @@ namespace quillon {
 /// Empties `document`, whatever its size and depth, without allocating and without recursion. The
 /// library's own destructor reserves memory for all elements at once, and ends the process where
 /// that is refused: just when a tree has grown too large.
-void dismantle(nlohmann::json& document) noexcept;
+void destroyIteratively(nlohmann::json& document) noexcept;
 
 /// Holds a document and dismantles it in the end.
 struct JsonTree {
@@ -17,7 +17,7 @@ struct JsonTree {
     explicit JsonTree(nlohmann::json&& document) noexcept : root(std::move(document)) {}
     JsonTree(const JsonTree&) = delete;
     JsonTree& operator=(const JsonTree&) = delete;
-    ~JsonTree() { dismantle(root); }
+    ~JsonTree() { destroyIteratively(root); }
 
     nlohmann::json root;
 };

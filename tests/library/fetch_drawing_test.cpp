@@ -1,4 +1,4 @@
-// Which road the encodings files of each format take, and what is fetched by either.
+// What is fetched from the encodings files of each format, well-formed or not.
 #include "library/fetch_drawing.h"
 
 #include <gtest/gtest.h>
@@ -19,22 +19,23 @@ namespace {
 
 using nlohmann::json;
 
-ListedDrawing fetched(const std::filesystem::path& path) {
+Drawing fetched(const std::filesystem::path& path) {
     FetchBuffers buffers;
     return fetchDrawing(utf8FromPath(path), buffers);
 }
 
-void expectBlocks(const DrawingBlocks& blocks, const json& document) {
+void expectBlocks(const Drawing& blocks, const json& document) {
     const std::size_t count = document["blocks"].size();
     ASSERT_EQ(blocks.blocks.size(), count);
     EXPECT_EQ(blocks.shapes.rowCount(), count);
     EXPECT_EQ(blocks.texts.rowCount(), count);
-    EXPECT_EQ(blocks.remarks, "");
+    EXPECT_EQ(blocks.diagnostics, "");
     EXPECT_FALSE(blocks.failure);
     EXPECT_FALSE(blocks.isNull);
+    EXPECT_TRUE(blocks.isReadable);
     for (std::size_t i = 0; i < count; ++i) {
         EXPECT_EQ(blocks.blocks[i].key, document["blocks"][i].get<std::string>());
-        EXPECT_EQ(blocks.blocks[i].remarks, "");
+        EXPECT_EQ(blocks.blocks[i].diagnostics, "");
         for (std::size_t c = 0; c < 512; ++c) {
             EXPECT_EQ(blocks.shapes.row(i)[c], document["shape"][i][c].get<float>());
         }
@@ -44,42 +45,36 @@ void expectBlocks(const DrawingBlocks& blocks, const json& document) {
     }
 }
 
-TEST(FetchDrawing, TidyFilesOfEveryFormatTakeTheStraightRoad) {
+TEST(FetchDrawing, TakesWellFormedFilesOfEveryFormat) {
     std::mt19937 random(1);
     const TempFolder folder;
     for (const std::string_view extension : allExtensions) {
         SCOPED_TRACE(extension);
-        const json document = tidyDocument(random);
+        const json document = wellFormedDocument(random);
         const auto path =
-            folder.write("tidy" + std::string(extension), encoded(document, extension));
-        const ListedDrawing drawing = fetched(path);
-        EXPECT_EQ(drawing.road, Road::straight);
+            folder.write("well-formed" + std::string(extension), encoded(document, extension));
+        const Drawing drawing = fetched(path);
         EXPECT_EQ(*drawing.path, path);
-        EXPECT_FALSE(drawing.failure);
-        expectBlocks(drawing.blocks, document);
+        expectBlocks(drawing, document);
     }
 }
 
-TEST(FetchDrawing, UntidyFilesOfEveryFormatTakeTheTreeRoad) {
+TEST(FetchDrawing, TakesOtherFilesOfEveryFormat) {
     std::mt19937 random(2);
     const TempFolder folder;
     for (const std::string_view extension : allExtensions) {
         SCOPED_TRACE(extension);
-        const json good = tidyDocument(random);
+        const json good = wellFormedDocument(random);
         json document = good;
         document["blocks"].push_back("no fields");
         document["shape"].push_back(document["shape"][0]);
         document["text"].push_back(document["text"][0]);
-        const ListedDrawing drawing =
-            fetched(folder.write("untidy" + std::string(extension), encoded(document, extension)));
-        EXPECT_EQ(drawing.road, Road::tree);
-        EXPECT_EQ(drawing.blocks.remarks,
+        Drawing drawing =
+            fetched(folder.write("other" + std::string(extension), encoded(document, extension)));
+        EXPECT_EQ(drawing.diagnostics,
                   "Warning: block key with fewer than three fields: no fields\n");
-        DrawingBlocks blocks;
-        blocks.blocks = drawing.blocks.blocks;
-        blocks.shapes = drawing.blocks.shapes;
-        blocks.texts = drawing.blocks.texts;
-        expectBlocks(blocks, good);
+        drawing.diagnostics.clear();
+        expectBlocks(drawing, good);
     }
 }
 
@@ -90,7 +85,7 @@ TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
     FetchBuffers buffers;
     for (int round = 0; round < 3; ++round) {
         for (const std::string_view extension : allExtensions) {
-            json document = tidyDocument(random);
+            json document = wellFormedDocument(random);
             while (document["blocks"].size() > (round == 0 ? 4U : 1U)) {
                 for (const char* member : {"blocks", "shape", "text"}) {
                     document[member].erase(document[member].size() - 1);
@@ -98,9 +93,8 @@ TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
             }
             const auto path =
                 folder.write("file" + std::string(extension), encoded(document, extension));
-            const ListedDrawing drawing = fetchDrawing(utf8FromPath(path), buffers);
-            EXPECT_EQ(drawing.road, Road::straight);
-            expectBlocks(drawing.blocks, document);
+            const Drawing drawing = fetchDrawing(utf8FromPath(path), buffers);
+            expectBlocks(drawing, document);
         }
     }
 }

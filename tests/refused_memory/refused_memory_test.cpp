@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 #include "refused_memory/refusing_allocator.h"
 #include "run/run.h"
 #include "search/single_side.h"
@@ -61,14 +61,14 @@ std::string textOf(const std::exception_ptr& failure) {
     }
 }
 
-/// A query, and a list of drawings of all formats, tidy and not.
+/// A query, and a list of drawings of all formats, well-formed and not.
 void writeQueryAndLibrary(const TempFolder& folder) {
     std::vector<std::string> files;
-    const auto add = [&](const std::string& extension, bool isTidy) {
+    const auto add = [&](const std::string& extension, bool isWellFormed) {
         const std::string number = std::to_string(files.size());
         const double mark = 1.0 + static_cast<double>(files.size()) / 64;
         json document = encodings({{"n*a" + number + "*1", mark}, {"n*b" + number + "*0", -mark}});
-        if (!isTidy) {
+        if (!isWellFormed) {
             document["text"][0].push_back(1);
         }
         files.push_back(
@@ -148,9 +148,9 @@ std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::s
     return madeUpFor;
 }
 
-TEST(TidyJsonBlocks, MayBeRefusedMemoryAndReadAgain) {
+TEST(ReadJsonFast, MayBeRefusedMemoryAndReadAgain) {
     std::mt19937 random(1);
-    std::string bytes = tidyDocument(random).dump();
+    std::string bytes = wellFormedDocument(random).dump();
     const std::size_t size = bytes.size();
     bytes.resize(size + simdjson::SIMDJSON_PADDING);
     const std::string_view text(bytes.data(), size);
@@ -160,13 +160,13 @@ TEST(TidyJsonBlocks, MayBeRefusedMemoryAndReadAgain) {
         bool isTaken = false;
         refuseMemory(first, 1);
         try {
-            isTaken = tidyJsonBlocks(text, parser).has_value();
+            isTaken = readJsonFast(text, parser).has_value();
         } catch (const std::bad_alloc&) {
             isTaken = false;
         }
         hasRefused = grantMemory();
         EXPECT_NE(isTaken, hasRefused) << "request " << first;
-        EXPECT_TRUE(tidyJsonBlocks(text, parser)) << "request " << first;
+        EXPECT_TRUE(readJsonFast(text, parser)) << "request " << first;
     }
     EXPECT_GT(first, 10U);
 }

@@ -51,7 +51,7 @@ NOT_RUN = {
     "./scripts/check-windows-package.sh": CI,
     "MSYS_NO_PATHCONV=1 ./quillon.exe /filelist filelist.json /encode query.json /output result.json":
         "for Windows alone",
-    "./scripts/fuzz.sh roads 600": CI,
+    "./scripts/fuzz.sh paths 600": CI,
     "./scripts/bench.sh --full process load search growth": CI,
     "./scripts/coverage.sh": "builds everything once more, for numbers that nothing judges",
     "./.ci/run": "runs this test",

@@ -1,19 +1,19 @@
-// The straight road from CBOR and MessagePack, for what their encoders write of a drawing and
+// The fast path from CBOR and MessagePack, for what their encoders write of a drawing and
 // nothing else. Both are made of items that begin with a head: what the item is, and its value or
 // length. A vector is a head and as many numbers, of one kind or, where an encoder shortens them,
 // of several.
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <boost/endian/conversion.hpp>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "library/block_key.h"
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 #include "shared/document_keys.h"
 
 namespace quillon {
@@ -88,9 +88,16 @@ Head takeHead(Input& input) {
 /// A float or a double, the big end first.
 template <typename Number>
 float numberAt(const char* bytes) {
-    return static_cast<float>(
-        boost::endian::endian_load<Number, sizeof(Number), boost::endian::order::big>(
-            reinterpret_cast<const unsigned char*>(bytes)));
+    static_assert(std::endian::native == std::endian::little);
+    if constexpr (sizeof(Number) == 4) {
+        std::uint32_t bits = 0;
+        std::memcpy(&bits, bytes, sizeof bits);
+        return std::bit_cast<Number>(__builtin_bswap32(bits));
+    } else {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, bytes, sizeof bits);
+        return static_cast<float>(std::bit_cast<Number>(__builtin_bswap64(bits)));
+    }
 }
 
 float halfOf(std::uint64_t bits) {
@@ -226,7 +233,7 @@ bool takeKeys(Input& input, std::vector<DrawingBlock>& blocks) {
 
 bool takeVectors(Input& input, GrowingRows& rows) {
     const std::optional<std::size_t> count = takeCount(input, rows.rowWidth());
-    rows = GrowingRows(rows.rowWidth(), count.value_or(0));
+    rows.reserve(count.value_or(0));
     for (std::size_t i = 0; i < count.value_or(0); ++i) {
         if (!takeVector(input, rows)) {
             return false;
@@ -237,15 +244,15 @@ bool takeVectors(Input& input, GrowingRows& rows) {
 
 }  // namespace
 
-std::optional<DrawingBlocks> tidyPackedBlocks(std::string_view bytes,
-                                              nlohmann::json::input_format_t format) {
+std::optional<Drawing> readPackedFast(std::string_view bytes,
+                                      nlohmann::json::input_format_t format) {
     Input input{bytes.data(), bytes.data() + bytes.size(),
                 format == nlohmann::json::input_format_t::cbor};
     const Head root = takeHead(input);
     if (root.kind != Kind::map || root.value != 3) {
         return std::nullopt;
     }
-    DrawingBlocks drawing;
+    Drawing drawing;
     std::array<bool, 3> seen{};
     for (std::size_t i = 0; i < seen.size(); ++i) {
         const std::optional<std::string_view> key = takeText(input);
