@@ -1,6 +1,4 @@
-// Time by the number of blocks: loads, searches, and how many rows Adaptive looks at more closely.
-#include <algorithm>
-#include <set>
+// Time by the number of blocks: loads and searches.
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,18 +7,10 @@
 #include "made_up_blocks.h"
 #include "measure.h"
 #include "search/adaptive.h"
-#include "search/neighbours/crowds.h"
-#include "search/refined_scores.h"
 #include "search/single_side.h"
 
 namespace quillon::bench {
 namespace {
-
-void addCount(const char* operation, std::size_t blocks, std::size_t count, Report& report) {
-    Row row{std::string("growth/") + operation + "/" + std::to_string(blocks), "rows", ""};
-    row.value = static_cast<double>(count);
-    report.add(std::move(row));
-}
 
 void add(const char* operation, std::size_t blocks, const Timing& time, Report& report) {
     Row row{std::string("growth/") + operation + "/" + std::to_string(blocks), "time", "s"};
@@ -41,30 +31,6 @@ void growthOfLoad(const char* operation, const LibrarySpec& spec, const Settings
     add(operation, spec.blocks, time, report);
 }
 
-/// How many rows Adaptive looks at more closely, up to where it settles scores.
-void rowsThatCount(const SearchData& data, Report& report) {
-    WeightedSides weighted = nothingWeighed(stackRows(data.queryShape, data.shapeMatrix),
-                                            stackRows(data.queryText, data.textMatrix));
-    const Reaches reaches{reachesOfNeighbourhoods(weighted.sides[0].lists.side),
-                          reachesOfNeighbourhoods(weighted.sides[1].lists.side)};
-    const RefinedScores refined = refineByNeighbours(weighted, reaches, 5);
-    std::set<quillon::Row> listed;
-    std::set<quillon::Row> mayShare;
-    for (std::size_t s = 0; s < weighted.sides.size(); ++s) {
-        listed.insert(weighted.sides[s].lists.listed.begin(), weighted.sides[s].lists.listed.end());
-        for (const PossibleList& possible : refined.sharers[s].possible) {
-            mayShare.insert(possible.row);
-        }
-    }
-    mayShare.insert(listed.begin(), listed.end());
-    const std::size_t blocks = data.shapeMatrix.shape(0);
-    addCount("rowsThatMayShare", blocks, mayShare.size(), report);
-    addCount("rowsListed", blocks, listed.size(), report);
-    const auto mayBeHits = std::count_if(refined.scores.begin(), refined.scores.end(),
-                                         [](float score) { return score >= 0.3F; });
-    addCount("rowsThatMayBeHits", blocks, static_cast<std::size_t>(mayBeHits), report);
-}
-
 void growthOfSearch(std::size_t blocks, const Settings& settings, Report& report) {
     const SearchData data = makeSearchData(blocks);
     std::vector<SearchResult> hits;
@@ -83,7 +49,6 @@ void growthOfSearch(std::size_t blocks, const Settings& settings, Report& report
                }},
                budgetSeconds(settings, 5.0)),
         report);
-    rowsThatCount(data, report);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@ Libraries of 50 blocks a drawing, without duplicates, of unit vectors around a c
 blocks, are made in FOLDER unless they are there (4.5 GB for a million blocks). The first table has
 the time and the peak memory of one run. The second has the queries a minute of a series of runs,
 one at a time and two at a time, in turns, where a run takes less than ten seconds. The best of
-three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy, and an idle
-machine.
+three rounds counts, since what disturbs a machine only slows it. Needs python3-numpy,
+python3-cbor2 and an idle machine.
 """
 import json
 import math
@@ -22,8 +22,9 @@ from pathlib import Path
 
 import numpy as np
 
-sys.path.append(str(Path(__file__).resolve().parents[1] / "scripts"))
-from npz_to_encodings import WIDTHS, write_drawing  # noqa: E402, found by the line above
+sys.path.append(str(Path(__file__).resolve().parents[1] / "tools"))
+from quillon_tools.documents import write_document  # noqa: E402, found by the line above
+from quillon_tools.vectors import WIDTHS  # noqa: E402
 
 BLOCKS_A_DRAWING = 50
 ROUNDS = 3
@@ -53,10 +54,9 @@ def make_library(folder, blocks):
     paths = []
     for first in range(0, blocks, BLOCKS_A_DRAWING):
         path = folder.resolve() / f"drawing-{first}" / "encodings.cbor"
-        path.parent.mkdir(parents=True)
         numbers = range(first, first + BLOCKS_A_DRAWING)
         keys = [f"block*{number:X}*{number + 1:X}" for number in numbers]
-        write_drawing(path, keys, **dict(unit_vectors(len(keys))))
+        write_document(path, {"blocks": keys, **dict(unit_vectors(len(keys)))})
         paths.append(str(path))
     query = {side: vectors.tolist() for side, vectors in unit_vectors(1)}
     (folder / "filelist.json").write_text(json.dumps({"files": paths}))

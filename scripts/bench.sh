@@ -2,8 +2,8 @@
 # Builds the benchmarks, makes the libraries that they load, measures and prints one table:
 #     scripts/bench.sh [--full] [--keep] [process|load|search|python|growth ...]
 # Without a group: process, load and search.
-# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg and
-# docs/rows-that-count.svg in full size. Everything else on the machine should rest meanwhile.
+# The rows are also left in build/bench/rows.json. The growth group draws docs/growth.svg
+# in full size. Everything else on the machine should rest meanwhile.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -42,9 +42,6 @@ if [ "$full" = true ] && grep -q '"growth/' "$rows"; then
             | @tsv' "$rows" --args "$@"
     }
     growth_table loadJson loadCbor byShape adaptive >build/bench/growth.tsv
-    growth_table rowsThatMayShare rowsListed rowsThatMayBeHits >build/bench/rows-that-count.tsv
-    for plot in growth rows-that-count; do
-        gnuplot -e "table='build/bench/$plot.tsv'; output_file='docs/$plot.svg'" "scripts/$plot.gnuplot"
-        echo "docs/$plot.svg drawn"
-    done
+    gnuplot -e "table='build/bench/growth.tsv'; output_file='docs/growth.svg'" scripts/growth.gnuplot
+    echo "docs/growth.svg drawn"
 fi

@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # Makes the packages and proves them, as root: lintian's opinion, the archive unpacked and run, and
 # the Debian package installed into a Debian with nothing but its base, run there, and removed again.
+# Their documents name no file that is missing, and their programs no path of this machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-packages.sh debootstrap jq lintian
+scripts/install-packages.sh debootstrap jq lintian python3
 scripts/package.sh
 version=$(sed -n 's/^project(quillon VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 packages=$PWD/build/packages
 debian=$packages/quillon_$version-1_amd64.deb
+tools=$packages/quillon-tools_$version-1_all.deb
 (cd "$packages" && sha256sum --check --quiet SHA256SUMS)
-lintian --allow-root --fail-on error,warning "$debian"
+lintian --allow-root --fail-on error,warning "$debian" "$tools"
 
 work=$(mktemp -d)
 root=$work/root
@@ -22,10 +24,14 @@ trap cleanUp EXIT
 
 query=(/filelist filelist.json /encode queries/1-door-23-3.json /output)
 
-tar -xf "$packages/quillon-$version-linux-x86_64.tar.gz" -C "$work"
-(cd examples/drawings && "$work/quillon-$version-linux-x86_64/bin/quillon" "${query[@]}" \
-    "$work/result.json" >"$work/console.txt")
+archive=$work/quillon-$version-linux-x86_64
+tar -xf "$packages/${archive##*/}.tar.gz" -C "$work"
+scripts/check-links.py "$archive"
+scripts/check-build-paths.sh "$archive/bin/quillon"
+(cd examples/drawings && "$archive/bin/quillon" "${query[@]}" "$work/result.json" \
+    >"$work/console.txt")
 scripts/check-sample-hits.sh "$work/result.json"
+test -f "$work/quillon-$version-linux-x86_64/share/quillon/quillon_tools-$version-py3-none-any.whl"
 
 # From where this machine has its own packages.
 mirror=$(apt-get indextargets --format '$(SITE)' 'Origin: Debian' 'Codename: bookworm' | sed -n 1p)
@@ -66,13 +72,11 @@ inRoot dpkg -L quillon | while read -r path; do
     if [ -f "$root$path" ]; then printf '%s\n' "$path"; fi
 done | sort | diff "$work/expected" -
 
+scripts/check-links.py "$root"
+scripts/check-build-paths.sh "$root/usr/bin/quillon"
+
 zcat "$root/usr/share/man/man1/quillon.1.gz" | grep -q "^\.TH .* \"quillon $version\"" ||
     { echo "The manual page is not that of $version" >&2; exit 1; }
-
-# Its only BLAS is the flavour that the package asks for; libopenblas0 is the metapackage that stands
-# for any.
-inRoot dpkg-query -W -f '${binary:Package} ${db:Status-Status}\n' | grep -E '^lib(open)?blas' |
-    diff <(printf '%s:amd64 installed\n' libopenblas0 libopenblas0-openmp) -
 
 inRoot sh -c 'cd /srv/drawings && exec quillon "$@"' quillon "${query[@]}" /srv/result.json \
     >"$work/console.txt"
@@ -82,3 +86,17 @@ rm "$root/srv/result.json"
 inRoot apt-get purge -y -qq --autoremove quillon >"$work/apt.log" 2>&1 ||
     { cat "$work/apt.log"; exit 1; }
 paths | diff "$work/before" - || { echo 'The removed package left or took these' >&2; exit 1; }
+
+# The tools with the program, and nothing of them when they are removed.
+cp "$debian" "$root/srv/quillon.deb"
+cp "$tools" "$root/srv/quillon-tools.deb"
+inRoot apt-get install -y -qq --no-install-recommends /srv/quillon.deb /srv/quillon-tools.deb \
+    >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; exit 1; }
+inRoot sh -ec 'cd /srv/drawings
+    quillon-tools check filelist.json
+    quillon-tools run queries --list filelist.json --output /srv/results
+    quillon-tools report /srv/results --pictures pictures --output /srv/report.html'
+scripts/check-sample-hits.sh "$root/srv/results/1-door-23-3.json"
+inRoot apt-get purge -y -qq quillon-tools >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; exit 1; }
+left=$(find "$root/usr" "$root/var/cache" -name '*quillon[-_]tools*')
+[ -z "$left" ] || { printf 'The removed quillon-tools left\n%s\n' "$left" >&2; exit 1; }

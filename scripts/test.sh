@@ -3,6 +3,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# For the tests of another locale and of reads that no sanitizer sees.
+scripts/install-packages.sh locales valgrind
+
 [ $# -gt 0 ] || set -- dev
 for preset in "$@"; do
     echo "== $preset"

@@ -18,9 +18,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 # With -O3, GCC 12 takes the appending of short texts for copies onto themselves.
 set(CMAKE_CXX_FLAGS_INIT "-Wno-restrict")
-# Otherwise CMake takes the import library, and programs would look for the DLL.
-execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libgomp.a
-  OUTPUT_VARIABLE OpenMP_gomp_LIBRARY OUTPUT_STRIP_TRAILING_WHITESPACE)
-set(OpenMP_gomp_LIBRARY "${OpenMP_gomp_LIBRARY}" CACHE FILEPATH "The static OpenMP library")
-
-set(CMAKE_CROSSCOMPILING_EMULATOR wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../../scripts/wine.sh")

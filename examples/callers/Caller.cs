@@ -1,8 +1,10 @@
 // Calls Quillon and reads its result as typed hits:
 //     Caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
+// PROGRAM is a path, or a name to be found through PATH.
 // Build with Mono: mcs -r:System.Runtime.Serialization Caller.cs. .NET brings the same classes.
 using System;
 using System.Collections.Generic;
+using System.ComponentModel;
 using System.Diagnostics;
 using System.Globalization;
 using System.IO;
@@ -58,38 +60,51 @@ public static class Caller
     public static Result Search(string program, string fileList, string query, string output,
                                 string method = "adaptive", IEnumerable<string> options = null)
     {
-        var start = new ProcessStartInfo(program)
+        var start = StartOf(program, fileList, query, output, method, options);
+        using (Process process = Process.Start(start))
+        {
+            string console = process.StandardOutput.ReadToEnd();
+            process.WaitForExit();
+            return ResultOf(process.ExitCode, console, output);
+        }
+    }
+
+    /// How the search is started. AsyncCaller.cs starts it, too.
+    public static ProcessStartInfo StartOf(string program, string fileList, string query,
+                                           string output, string method,
+                                           IEnumerable<string> options)
+    {
+        string[] own = { "/filelist", fileList, "/encode", query, "/output", output,
+                         "/method", method };
+        return new ProcessStartInfo(program)
         {
             UseShellExecute = false,
             RedirectStandardOutput = true,
             // The console may hold raw bytes of a broken file: they become replacement characters.
-            StandardOutputEncoding = new UTF8Encoding(false)
+            StandardOutputEncoding = new UTF8Encoding(false),
+            // Mono has ArgumentList too, but starts the process without it.
+            Arguments = string.Join(" ", own.Concat(options ?? new string[0]).Select(Quoted))
         };
-        string[] own = { "/filelist", fileList, "/encode", query, "/output", output,
-                         "/method", method };
-        // Mono has ArgumentList too, but starts the process without it.
-        start.Arguments = string.Join(" ", own.Concat(options ?? new string[0]).Select(Quoted));
+    }
 
-        using (Process process = Process.Start(start))
-        {
-            // The last line may have no line feed.
-            string console = process.StandardOutput.ReadToEnd().TrimEnd('\r', '\n');
-            string[] lines = console.Replace("\r\n", "\n").Split('\n');
-            process.WaitForExit();
-            if (process.ExitCode != 0)
-                // -1 is seen as 255 on Linux.
-                throw new SearchFailed(process.ExitCode == -1 ? 255 : process.ExitCode,
-                                       Behind("exception: ", lines.Last()));
+    /// What a search that has ended gives. Throws SearchFailed for a status other than 0.
+    public static Result ResultOf(int exitCode, string console, string output)
+    {
+        // The last line may have no line feed.
+        string[] lines = console.TrimEnd('\r', '\n').Replace("\r\n", "\n").Split('\n');
+        if (exitCode != 0)
+            // -1 is seen as 255 on Linux.
+            throw new SearchFailed(exitCode == -1 ? 255 : exitCode,
+                                   Behind("exception: ", lines.Last()));
 
-            Result result;
-            using (Stream file = File.OpenRead(output))
-                result = (Result)new DataContractJsonSerializer(typeof(Result)).ReadObject(file);
-            result.Hits = result.Hits ?? new List<Hit>();
-            const string prefix = "     queryType: ";
-            string ran = lines.First(line => line.StartsWith(prefix, StringComparison.Ordinal));
-            result.Method = methods[Behind(prefix, ran)];
-            return result;
-        }
+        Result result;
+        using (Stream file = File.OpenRead(output))
+            result = (Result)new DataContractJsonSerializer(typeof(Result)).ReadObject(file);
+        result.Hits = result.Hits ?? new List<Hit>();
+        const string prefix = "     queryType: ";
+        string ran = lines.First(line => line.StartsWith(prefix, StringComparison.Ordinal));
+        result.Method = methods[Behind(prefix, ran)];
+        return result;
     }
 
     /// In double quotes; quotes inside, and backslashes before a quote, get a backslash.
@@ -114,6 +129,12 @@ public static class Caller
     static int Main(string[] words)
     {
         Console.OutputEncoding = new UTF8Encoding(false);
+        if (words.Length < 4)
+        {
+            Console.Error.WriteLine(
+                "caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]");
+            return 2;
+        }
         string method = words.Length > 4 ? words[4] : "adaptive";
         Result result;
         try
@@ -123,6 +144,11 @@ public static class Caller
         catch (SearchFailed failure)
         {
             Console.WriteLine($"failed with status {failure.Status}: {failure.Message}");
+            return 1;
+        }
+        catch (Win32Exception)
+        {
+            Console.WriteLine($"cannot start {words[0]}");
             return 1;
         }
         if (result.Method != method)

@@ -1,7 +1,8 @@
 // Calls Quillon and reads its result as typed hits:
 //     caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
-// Starts the process by Boost.Process, headers alone, since the standard library can only hand a
-// line to a shell. Build: g++ -std=c++20 caller.cpp -o caller -pthread
+// PROGRAM is a path, or a name to be found through PATH. Boost.Process starts it, because the
+// standard library can only hand a line to a shell.
+// Build: g++ -std=c++20 caller.cpp -o caller -lboost_filesystem -pthread
 #include <boost/process.hpp>
 #include <cstdint>
 #include <cstdio>
@@ -88,9 +89,10 @@ Result search(const std::string& program, const std::string& fileList, const std
     std::vector<std::string> arguments{"/filelist", fileList, "/encode", query,
                                        "/output",   output,   "/method", method};
     arguments.insert(arguments.end(), options.begin(), options.end());
+    const bool isPath = program.find_first_of("/\\") != std::string::npos;
     process::ipstream pipe;
-    process::child child(process::exe = program, process::args = arguments,
-                         process::std_out > pipe);
+    process::child child(process::exe = isPath ? program : process::search_path(program).string(),
+                         process::args = arguments, process::std_out > pipe);
     const std::string console{std::istreambuf_iterator<char>(pipe), {}};
     child.wait();
     const std::vector<std::string> lines = linesOf(validUtf8(console));
@@ -141,6 +143,9 @@ int main(int count, char** values) {
         }
     } catch (const SearchFailed& failure) {
         std::cout << "failed with status " << failure.status << ": " << failure.what() << "\n";
+        return 1;
+    } catch (const boost::process::process_error&) {
+        std::cout << "cannot start " << words[1] << "\n";
         return 1;
     }
     return 0;

@@ -2,6 +2,8 @@
 """Calls Quillon and reads its result as typed hits.
 
     caller.py PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]
+
+PROGRAM is a path, or a name to be found through PATH.
 """
 import json
 import subprocess
@@ -39,12 +41,19 @@ class SearchFailed(Exception):
         self.status = status
 
 
+class CannotStart(Exception):
+    """There is no such program, or it may not be run."""
+
+
 def search(program, file_list, query, output, method="adaptive", options=()):
     """One query. Relative paths, also those in the list, start at the current folder."""
-    ended = subprocess.run(
-        [program, "/filelist", file_list, "/encode", query, "/output", output, "/method", method,
-         *options],
-        stdout=subprocess.PIPE, check=False)
+    try:
+        ended = subprocess.run(
+            [program, "/filelist", file_list, "/encode", query, "/output", output,
+             "/method", method, *options],
+            stdout=subprocess.PIPE, check=False)
+    except OSError as error:
+        raise CannotStart from error
     # The console may hold raw bytes of a broken file, and may end without a line feed.
     console = ended.stdout.decode("utf-8", errors="replace").replace("\r\n", "\n")
     lines = console.rstrip("\n").split("\n")
@@ -69,12 +78,18 @@ def number_text(number):
 
 def main():
     sys.stdout.reconfigure(encoding="utf-8")
+    if len(sys.argv) < 5:
+        print("caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]", file=sys.stderr)
+        return 2
     program, file_list, query, output = sys.argv[1:5]
     method = sys.argv[5] if len(sys.argv) > 5 else "adaptive"
     try:
         result = search(program, file_list, query, output, method, sys.argv[6:])
     except SearchFailed as failure:
         print(f"failed with status {failure.status}: {failure}")
+        return 1
+    except CannotStart:
+        print(f"cannot start {program}")
         return 1
     if result.method != method:
         print(f"asked for {method}, ran {result.method}")

@@ -1,113 +1,110 @@
 #include "search/adaptive.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <functional>
-#include <limits>
 #include <numeric>
-#include <xtensor/xexception.hpp>
+#include <span>
+#include <utility>
 
-#include "search/fused_similarity.h"
-#include "search/neighbours/crowds.h"
-#include "search/neighbours/product_resources.h"
-#include "search/refined_scores.h"
-#include "search/single_side.h"
+#include "search/adaptive/best_values.h"
+#include "search/adaptive/listed_rows.h"
+#include "search/adaptive/overlapping_rows.h"
+#include "search/adaptive/ranked_order.h"
+#include "search/adaptive/refined_scores.h"
+#include "search/adaptive/reverse_neighbours.h"
+#include "search/adaptive/score_bounds.h"
+#include "search/query_checks.h"
+#include "shared/in_parallel.h"
 
 namespace quillon {
 namespace {
 
-using Rows = std::vector<Row>;
-
-/// As many values the standard libraries sort by insertion alone.
-constexpr std::size_t insertionSorted = 32;
-
-void checkSameWidth(const FeatureMatrix& query, const FeatureMatrix& matrix) {
-    if (query.shape(1) != matrix.shape(1)) {
-        throw xt::concatenate_error(
-            "Incompatible dimension of arrays, compile in DEBUG for more info");
-    }
-}
-
-Rows allRows(std::size_t count) {
-    Rows rows(count);
-    std::iota(rows.begin(), rows.end(), 0);
-    return rows;
-}
-
-/// What the list of hits asks for.
-struct Wanted {
-    std::size_t k;
+/// Which rows become hits, and what every hit tells of the query.
+struct HitList {
+    std::uint32_t k;  // 0 for no limit
     float minThreshold;
-    /// N: not the query, nor a block with its shape vector.
-    std::vector<char> mayBeHit;
+    const FeatureMatrix& queryShape;
+    const FeatureMatrix& shapeMatrix;
+    std::array<float, 2> queryWeights;
+    std::vector<SearchResult>& hits;
+
+    /// False for the query and its twins.
+    bool mayBeHit(Row row) const {
+        return row != 0 && !equalsQuery(shapeMatrix, row - 1, queryShape);
+    }
+
+    /// Appends the row if it is a hit. False when no row of this score or a lower one can be.
+    bool add(Row row, float score) {
+        if (!mayBeHit(row)) {
+            return true;
+        }
+        if (!(score >= minThreshold)) {
+            return false;
+        }
+        hits.push_back({std::int64_t{row} - 1, score, queryWeights[0], queryWeights[1]});
+        return hits.size() != k;
+    }
 };
 
-Wanted wantedHits(std::uint32_t k, float minThreshold, const FeatureMatrix& queryShape,
-                  const FeatureMatrix& shapeMatrix) {
-    Wanted wanted{k, minThreshold, std::vector<char>(shapeMatrix.shape(0) + 1, 0)};
-    for (std::size_t row = 1; row < wanted.mayBeHit.size(); ++row) {
-        wanted.mayBeHit[row] = equalsQuery(shapeMatrix, row - 1, queryShape) ? 0 : 1;
-    }
-    return wanted;
+ValuesOf scoresBy(ListMemo& memo, const Votes& votes) {
+    return [&](std::span<const Row> rows) {
+        std::vector<float> scores;
+        scores.reserve(rows.size());
+        for (const ListedRow& row : listedRows(memo, rows)) {
+            scores.push_back(refinedScore(votes, row));
+        }
+        return scores;
+    };
 }
 
-/// The k-th best of the settled scores that may be hits; the lowest float where there are fewer.
-float scoreToBeat(const WeightedSides& weighted, const RefinedScores& refined,
-                  const Wanted& wanted) {
-    std::vector<float> scores;
-    for (const Row row : allRows(weighted.rowCount())) {
-        if (isSettled(weighted, refined, row) && wanted.mayBeHit[row] != 0 &&
-            refined.scores[row] >= wanted.minThreshold) {
-            scores.push_back(refined.scores[row]);
-        }
-    }
-    if (wanted.k == 0 || scores.size() < wanted.k) {
-        return std::numeric_limits<float>::lowest();
-    }
-    const auto last = scores.begin() + static_cast<std::ptrdiff_t>(wanted.k) - 1;
-    std::nth_element(scores.begin(), last, scores.end(), std::greater<>());
-    return *last;
+/// Few rows are walked in the order in which an insertion sort leaves all their scores.
+void walkFewRows(const ValuesOf& scoresOf, std::size_t rowCount, HitList& list) {
+    Rows rows(rowCount);
+    std::iota(rows.begin(), rows.end(), 0);
+    const std::vector<float> scores = scoresOf(rows);
+    const std::vector<std::size_t> order = ascendingOrder(scores);
+    std::all_of(order.rbegin(), order.rend(),
+                [&](std::size_t row) { return list.add(rows[row], scores[row]); });
 }
 
-/// Settles the rows that may be hits, those with the highest bounds first, until no bound reaches
-/// what has been found. Rows with the bound 0 are left: they have the score 0, or NaN.
-void settleBest(WeightedSides& weighted, const Wanted& wanted, std::size_t leastAtOnce,
-                RefinedScores& refined) {
-    Rows open;
-    for (const Row row : allRows(weighted.rowCount())) {
-        if (!isSettled(weighted, refined, row) && wanted.mayBeHit[row] != 0 &&
-            refined.scores[row] > 0.0F && refined.scores[row] >= wanted.minThreshold) {
-            open.push_back(row);
+/// Walks the rows of score 0, the higher first: those that `scores`, by row, has nothing about.
+/// Whether such a row has the score 0 or NaN, its weights tell.
+void walkRowsOfNoScore(ListMemo& memo, std::span<const float> scores, bool haveVotes,
+                       HitList& list) {
+    std::size_t batchRows = 32;
+    for (auto next = static_cast<Row>(scores.size()); next > 0; batchRows *= 2) {
+        Rows batch;
+        for (; next > 0 && batch.size() < batchRows; --next) {
+            if (scores[next - 1] == 0.0F) {
+                batch.push_back(next - 1);
+            }
         }
-    }
-    std::stable_sort(open.begin(), open.end(),
-                     [&](Row a, Row b) { return refined.scores[a] > refined.scores[b]; });
-    std::size_t batchRows = std::max(leastAtOnce, 2 * wanted.k);
-    for (auto next = open.begin(); next != open.end(); batchRows *= 2) {
-        const float toBeat = scoreToBeat(weighted, refined, wanted);
-        const auto batchEnd =
-            next + std::min(static_cast<std::ptrdiff_t>(batchRows), open.end() - next);
-        const auto reached =
-            std::find_if(next, batchEnd, [&](Row row) { return refined.scores[row] < toBeat; });
-        settle(weighted, Rows(next, reached), refined);
-        next = reached == batchEnd ? batchEnd : open.end();
+        for (const ListedRow& row : listedRows(memo, batch)) {
+            const bool isNumber = !haveVotes || !std::isnan(row.weights[0] + row.weights[1]);
+            if (isNumber && !list.add(row.row, 0.0F)) {
+                return;
+            }
+        }
     }
 }
 
-using Walk = std::vector<std::size_t>::const_reverse_iterator;
-
-/// Settles the next rows of the walk that are not yet, as many as may still become hits.
-void settleNext(WeightedSides& weighted, const Wanted& wanted, std::size_t missing,
-                const Walk& from, const Walk& end, RefinedScores& refined) {
-    Rows rows;
-    for (Walk column = from; column != end && rows.size() < std::max<std::size_t>(32, missing);
-         ++column) {
-        const auto row = static_cast<Row>(*column);
-        if (wanted.mayBeHit[row] != 0 && !isSettled(weighted, refined, row)) {
-            rows.push_back(row);
-        }
+/// Walks rows from the best score on, among equal ones the higher first. Scores that are not a
+/// number come last.
+void walkBestRows(ListMemo& memo, std::vector<RowValue> best, bool haveVotes, HitList& list) {
+    std::vector<float> scores(memo[0].rows.rowCount, 0.0F);
+    for (const RowValue& row : best) {
+        scores[row.row] = row.value;
     }
-    settle(weighted, rows, refined);
+    std::erase_if(best, [](const RowValue& row) { return !(row.value > 0.0F); });
+    std::sort(best.begin(), best.end(), [](const RowValue& a, const RowValue& b) {
+        return a.value != b.value ? a.value > b.value : a.row > b.row;
+    });
+    if (std::all_of(best.begin(), best.end(),
+                    [&](const RowValue& row) { return list.add(row.row, row.value); }) &&
+        0.0F >= list.minThreshold) {
+        walkRowsOfNoScore(memo, scores, haveVotes, list);
+    }
 }
 
 }  // namespace
@@ -118,81 +115,39 @@ void searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
                     std::vector<SearchResult>& hits) {
     checkSameWidth(queryShape, shapeMatrix);
     checkSameWidth(queryText, textMatrix);
-    secureProducts(shapeMatrix.shape(0));
-    searchAdaptiveBy(quickerWay(k, shapeMatrix.shape(0) + 1), k, queryShape, queryText, shapeMatrix,
-                     textMatrix, minThreshold, hits);
+    searchAdaptiveOn(processorCount(), runnableKernels().back(), k, queryShape, queryText,
+                     shapeMatrix, textMatrix, minThreshold, hits);
 }
 
-ListedRows quickerWay(std::uint32_t k, std::size_t rowCount) {
-    // k neighbours with five elements each on a side ask for more and more of the library; and a
-    // small library is listed as soon as its neighbourhoods are found.
-    return rowCount < 1000 || rowCount / 20 < k ? ListedRows::all : ListedRows::thoseThatCount;
-}
+void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::uint32_t k,
+                      const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
+                      const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
+                      float minThreshold, std::vector<SearchResult>& hits) {
+    const std::size_t rowCount = shapeMatrix.shape(0) + 1;
+    ListMemo memo = emptyMemo(stackSide(queryShape, shapeMatrix, workers, kernel),
+                              stackSide(queryText, textMatrix, workers, kernel));
+    const NeighbourBounds bounds{neighbourBounds(memo[0].rows), neighbourBounds(memo[1].rows)};
 
-void searchAdaptiveBy(ListedRows listedRows, std::uint32_t k, const FeatureMatrix& queryShape,
-                      const FeatureMatrix& queryText, const FeatureMatrix& shapeMatrix,
-                      const FeatureMatrix& textMatrix, float minThreshold,
-                      std::vector<SearchResult>& hits) {
-    WeightedSides weighted =
-        nothingWeighed(stackRows(queryShape, shapeMatrix), stackRows(queryText, textMatrix));
-    Reaches reaches;
-    for (std::size_t s = 0; s < reaches.size(); ++s) {
-        if (listedRows == ListedRows::all) {
-            buildNeighbourLists(weighted.sides[s].lists, allRows(weighted.rowCount()));
-        } else {
-            reaches[s] = reachesOfNeighbourhoods(weighted.sides[s].lists.side);
-        }
-    }
-    const Wanted wanted = wantedHits(k, minThreshold, queryShape, shapeMatrix);
-    RefinedScores refined = refineByNeighbours(weighted, reaches, static_cast<std::int32_t>(k));
-    if (weighted.rowCount() <= insertionSorted) {
-        settle(weighted, allRows(weighted.rowCount()), refined);
-    } else {
-        // Where lists are still to be made, a product for a few rows takes as long as one for some
-        // dozens.
-        settleBest(weighted, wanted, listedRows == ListedRows::all ? 8 : 32, refined);
-    }
+    // Without neighbours, scores are the fused similarities of the query itself.
+    const Votes byQuery = votesOf(listedRows(memo, Rows{0}).front(), {}, 0);
+    const OverlappingRows nearQuery = overlappingRows(memo, bounds, {&byQuery.query, 1});
+    const std::vector<RowValue> queryRow = bestValues(scoreBounds(memo, byQuery, nearQuery, {}),
+                                                      std::size_t{k} + 1, scoresBy(memo, byQuery));
 
-    const std::vector<std::size_t> order = ascendingOrder(refined.scores);
-    for (auto column = order.crbegin(); column != order.crend(); ++column) {
-        const auto row = static_cast<Row>(*column);
-        if (wanted.mayBeHit[row] == 0) {
-            continue;
-        }
-        if (!isSettled(weighted, refined, row) && refined.scores[row] >= minThreshold) {
-            settleNext(weighted, wanted, k - hits.size(), column, order.crend(), refined);
-        }
-        const float score = refined.scores[row];
-        if (std::isnan(score) && weighted.rowCount() > insertionSorted) {
-            continue;  // its place is behind all numbers, wherever its bound was
-        }
-        if (!(score >= minThreshold)) {
-            break;
-        }
-        hits.push_back({std::int64_t{row} - 1, score, weighted.sides[0].weights[0],
-                        weighted.sides[1].weights[0]});
-        if (hits.size() == k) {
-            break;
-        }
+    const Rows neighbours = bestNeighbours(queryRow, k, rowCount);
+    const Votes votes = votesOf(byQuery.query, listedRows(memo, neighbours), k);
+    HitList list{k, minThreshold, queryShape, shapeMatrix, votes.query.weights, hits};
+    if (rowCount <= insertionSorted) {
+        walkFewRows(scoresBy(memo, votes), rowCount, list);
+        return;
     }
-}
-
-std::vector<std::size_t> ascendingOrder(const std::vector<float>& values) {
-    std::vector<std::size_t> order(values.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    const auto isNan = [&](std::size_t position) { return std::isnan(values[position]); };
-    const auto isLess = [&](std::size_t a, std::size_t b) { return values[a] < values[b]; };
-    if (values.size() > insertionSorted) {
-        std::stable_sort(std::stable_partition(order.begin(), order.end(), isNan), order.end(),
-                         isLess);
-        return order;
-    }
-    for (auto first = order.begin(); first != order.end();) {
-        const auto nan = std::find_if(first, order.end(), isNan);
-        std::stable_sort(first, nan, isLess);
-        first = nan == order.end() ? nan : nan + 1;
-    }
-    return order;
+    const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, votes.neighbours);
+    std::vector<RowValue> candidates = scoreBounds(memo, votes, nearQuery, nearNeighbours);
+    std::erase_if(candidates, [&](const RowValue& candidate) {
+        return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
+    });
+    walkBestRows(memo, bestValues(std::move(candidates), k, scoresBy(memo, votes)),
+                 !neighbours.empty(), list);
 }
 
 }  // namespace quillon

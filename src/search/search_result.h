@@ -7,8 +7,7 @@ namespace quillon {
 
 struct SearchResult {
     std::int64_t index = 0;  // row of the library's matrices and records
-    /// Adaptive: fused similarity, higher is better. Otherwise a squared L2 distance, lower is
-    /// better.
+    /// Adaptive: the score, higher is better. Otherwise a squared distance, lower is better.
     float distOrScore = 0.0F;
     /// What each side counted in the query, in sum 1. Adaptive only; 0 elsewhere.
     float shapeWeight = 0.0F;

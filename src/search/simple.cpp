@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "search/query_checks.h"
 #include "search/single_side.h"
 
 namespace quillon {

@@ -1,4 +1,4 @@
-// The one distance of two vectors, from one vector to several at a time.
+// Exact distances from one vector to several at a time.
 #pragma once
 
 #include <algorithm>
@@ -17,11 +17,21 @@ using DistancesAtOnce = std::array<float, distancesAtOnce>;
 
 /// The squared L2 distances of `vector` to `others`, `width` elements each: the direct sum of
 /// squared differences, element by element in their order, each step rounded to 32 bits. That is
-/// the number that the index gives to a query of one row, and so the one that ByShape and ByText
-/// report. It hangs on the two vectors alone: symmetric, 0 for copies of finite vectors, the same
-/// on every processor and whatever the other vectors are.
-DistancesAtOnce squaredDistances(const float* vector, const VectorsAtOnce& others,
-                                 std::size_t width);
+/// the number that ByShape and ByText report. It depends on the two vectors alone: symmetric, 0 for
+/// identical finite vectors, the same on every processor and whatever the other vectors are.
+inline DistancesAtOnce squaredDistances(const float* vector, const VectorsAtOnce& others,
+                                        std::size_t width) {
+    // Locals: the compiler keeps these in registers.
+    const VectorsAtOnce rows = others;
+    DistancesAtOnce sums{};
+    for (std::size_t i = 0; i < width; ++i) {
+        for (std::size_t r = 0; r < rows.size(); ++r) {
+            const float difference = vector[i] - rows[r][i];
+            sums[r] += difference * difference;
+        }
+    }
+    return sums;
+}
 
 /// Calls `visit(i, distance)` for `i` from 0 to `count` - 1, in this order, with the squared
 /// distance of `vector` to `vectorAt(i)`.

@@ -9,14 +9,12 @@
 
 namespace quillon {
 
-/// Where paths are UTF-16, malformed UTF-8 can name no file: there it throws the std::runtime_error
-/// of an input file that can't be opened. Elsewhere it is a name like any other.
+/// Where paths are UTF-16, malformed UTF-8 becomes a path of a file that can neither be opened nor
+/// made. Elsewhere it is a name like any other.
 std::filesystem::path pathFromUtf8(std::string_view text);
 
-inline std::string utf8FromPath(const std::filesystem::path& path) {
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
+/// The text that `path` was made of, malformed or not.
+std::string utf8FromPath(const std::filesystem::path& path);
 
 /// `path` from the root on, without "." and "..". The file system is not asked whether anything
 /// exists. Throws std::filesystem::filesystem_error when the current directory is unknown.

@@ -127,6 +127,35 @@ TEST(CommandLine, OptionsShowInTheSettingsAndInTheHits) {
     }
 }
 
+// Adaptive divides by the number of hits asked for, so a wrong one shows in every score.
+TEST(CommandLine, AllHitsAreAsManyAsTheLibraryHasRowsWithoutDuplicates) {
+    std::vector<MarkedBlock> blocks;
+    for (std::size_t i = 0; i < 10; ++i) {
+        const auto place = static_cast<double>(i);
+        blocks.push_back({"block*" + std::to_string(i) + "*1", 1.25 + place * place / 64});
+    }
+    const TempFolder folder;
+    writeQueryAndList(folder, {"a.json"});
+    const auto hitsOf = [&](std::size_t duplicates) {
+        folder.write("a.json", encodings(blocks));
+        ConsoleText console;
+        console.method = "Adaptive";
+        console.topK = "4294967295";
+        console.threshold = "-1";
+        expectSuccess(runIn(folder, {"/method", "adaptive", "/topk", "-1", "/min", "-1"}),
+                      console.untilFiles(1) +
+                          ConsoleText::summary(1, blocks.size(), 10, duplicates) +
+                          ConsoleText::success());
+        return nlohmann::json::parse(resultText(folder)).at("blocks");
+    };
+    const nlohmann::json hits = hitsOf(0);
+    EXPECT_EQ(hits.size(), 10U);
+    for (std::size_t i = 0; i < 8; ++i) {
+        blocks.push_back(MarkedBlock(blocks[i]));
+    }
+    EXPECT_EQ(hitsOf(8), hits);
+}
+
 TEST(CommandLine, NoNeighboursAskedForEndsInTheIndexsException) {
     const TempFolder folder;
     writeFiveBlocks(folder);
@@ -192,16 +221,39 @@ TEST(CommandLine, AnOptionInThePlaceOfAValueIsThatValue) {
                   console.untilLoad() + report("fail to open input file: /pretty"));
 }
 
+// Halves of a surrogate pair, which Windows lets pass in names, have three bytes that are not
+// UTF-8.
+TEST(CommandLine, HalvesOfASurrogatePairAreTextLikeAnyOther) {
+    const TempFolder folder;
+    writeGoodRun(folder);
+    for (const std::string text :
+         {"\xED\xA0\xBD", "\xED\xBA\xAA.json", "Tür \xED\xA0\xBDx 🚪.json"}) {
+        SCOPED_TRACE(text);
+        expectFailure(folder, {"/method", text}, report(text + " is not a valid query type"));
+
+        ConsoleText console;
+        console.query = '"' + text + '"';
+        expectFailure(folder, {text, "/encode", text},
+                      console.settings() + report("fail to open input file: " + text));
+
+        console = {};
+        console.list = '"' + text + '"';
+        expectFailure(folder, {"/filelist", text},
+                      console.untilLoad() + report("fail to open input file: " + text));
+    }
+}
+
 #ifdef _WIN32
 
-TEST(CommandLine, AnArgumentThatIsNotUtf16IsReported) {
+TEST(CommandLine, HalvesOfASurrogatePairNameNoResultFile) {
     const TempFolder folder;
-    writeFiveBlocks(folder);
-    for (const std::string argument : {"\xED\xA0\xBD.json", "\xED\xBA\xAA.json", "\xED\xA0\xBD"}) {
-        const ProgramResult result = runIn(folder, {"/encode", argument});
-        expectCleanEnd(result);
-        EXPECT_EQ(result.out, report("an argument is not valid UTF-16"));
-    }
+    writeGoodRun(folder);
+    const std::string name = "\xED\xA0\xBD.json";
+    ConsoleText console;
+    console.output = '"' + name + '"';
+    expectFailure(folder, {"/output", name},
+                  console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) + "Query time: T ms\n" +
+                      report("fail to open output file: " + name));
 }
 
 #endif

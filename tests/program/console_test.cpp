@@ -132,6 +132,7 @@ TEST(ConsoleRun, AMeaninglessTextForcesByShape) {
         expectSuccess(
             runIn(folder, {"/method", "text", "/min", "0.6"}),
             console.untilFiles(1) + ConsoleText::summary(1, 1, 1, 0) + ConsoleText::success());
+        EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"near"}));
     }
 }
 
@@ -191,6 +192,57 @@ TEST(ConsoleRun, BlocksWithoutGoodVectorsAreNamedAndNotCounted) {
                           "Invalid text vector for \"past the vectors*6*6\"\n" +
                           ConsoleText::summary(1, 1, 1, 0) + ConsoleText::success());
         EXPECT_EQ(hitMembers(folder, "name"), (std::vector<json>{"good"}));
+    }
+}
+
+/// 0.5 at four places, so that the length is exactly 1.
+json unitVector(std::size_t width, const std::vector<std::size_t>& places) {
+    json vector = std::vector<double>(width);
+    for (const std::size_t place : places) {
+        vector[place] = 0.5;
+    }
+    return vector;
+}
+
+// A vector of zeros lies equally far from all others. On both sides that leaves the block without
+// weights, and its score is not a number. In a small library the insertion sort moves only those
+// scores past it that are below all others so far. Higher ones of later blocks stay behind it,
+// which is ahead of it in the ranking, and the hits end there.
+TEST(ConsoleRun, AScoreThatIsNotANumberEndsTheHitsOfASmallLibrary) {
+    const std::vector<std::string> names{"first", "second", "third"};
+    const std::vector<std::vector<std::size_t>> shapes{{0, 3, 4, 5}, {3, 4, 5, 8}, {2, 3, 5, 7}};
+    const std::vector<std::vector<std::size_t>> texts{{2, 3, 5, 6}, {0, 4, 6, 8}, {1, 2, 4, 6}};
+    const std::vector<std::vector<json>> hitsByPlaceOfZeros{
+        {"second", "third"}, {"second"}, {}, {}, {"second", "third", "first"}};
+    const TempFolder folder;
+    folder.write("query.json", json{{"shape", {unitVector(512, {0, 1, 2, 8})}},
+                                    {"text", {unitVector(384, {2, 4, 7, 8})}},
+                                    {"queryText", {"Door 23_3"}}});
+    writeList(folder, {"a.json"});
+    for (std::size_t place = 0; place < hitsByPlaceOfZeros.size(); ++place) {
+        SCOPED_TRACE(place);
+        json drawing = encodings({});
+        for (std::size_t block = 0; block < 4; ++block) {
+            if (block == place) {
+                drawing["blocks"].push_back("zeros*Z*4");
+                drawing["shape"].push_back(unitVector(512, {}));
+                drawing["text"].push_back(unitVector(384, {}));
+            }
+            if (block < names.size()) {
+                drawing["blocks"].push_back(names[block] + "*" + names[block] + "*1");
+                drawing["shape"].push_back(unitVector(512, shapes[block]));
+                drawing["text"].push_back(unitVector(384, texts[block]));
+            }
+        }
+        folder.write("a.json", drawing);
+        const std::size_t blockCount = drawing["blocks"].size();
+        ConsoleText console;
+        console.method = "Adaptive";
+        console.threshold = "0.3";
+        expectSuccess(runIn(folder, {"/method", "adaptive"}),
+                      console.untilFiles(1) + ConsoleText::summary(1, blockCount, blockCount, 0) +
+                          ConsoleText::success());
+        EXPECT_EQ(hitMembers(folder, "name"), hitsByPlaceOfZeros[place]);
     }
 }
 

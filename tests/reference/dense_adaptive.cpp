@@ -1,8 +1,7 @@
 #include "reference/dense_adaptive.h"
 
-#include <faiss/utils/distances.h>
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -49,12 +48,31 @@ void voteRow(Floats& refined, const Floats& fused, const Labels& neighbours, std
 }  // namespace
 
 Floats squaredDistances(const Floats& matrix) {
+    // Of so many rows at a time, element by element, which the compiler does at once.
+    constexpr std::size_t lanes = 16;
     const std::size_t rows = matrix.shape(0);
+    const std::size_t width = matrix.shape(1);
     Floats distances = Floats::from_shape({rows, rows});
-    for (std::size_t a = 0; a < rows; ++a) {
-        for (std::size_t b = a; b < rows; ++b) {
-            distances(a, b) = faiss::fvec_L2sqr(&matrix(a, 0), &matrix(b, 0), matrix.shape(1));
-            distances(b, a) = distances(a, b);
+    std::vector<std::array<float, lanes>> others(width);
+    for (std::size_t begin = 0; begin < rows; begin += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            for (std::size_t c = 0; c < width; ++c) {
+                others[c][lane] = matrix(std::min(begin + lane, rows - 1), c);
+            }
+        }
+        for (std::size_t row = begin; row < rows; ++row) {
+            const float* values = &matrix(row, 0);
+            std::array<float, lanes> sums{};
+            for (std::size_t c = 0; c < width; ++c) {
+                for (std::size_t lane = 0; lane < lanes; ++lane) {
+                    const float difference = values[c] - others[c][lane];
+                    sums[lane] += difference * difference;
+                }
+            }
+            for (std::size_t lane = 0; lane < lanes && begin + lane < rows; ++lane) {
+                distances(row, begin + lane) = sums[lane];
+                distances(begin + lane, row) = sums[lane];
+            }
         }
     }
     return distances;
@@ -72,8 +90,9 @@ DenseLists buildNeighbourLists(const Floats& distances, std::int32_t neighbourCo
                 near.emplace_back(distances(row, other), static_cast<std::int64_t>(other));
             }
         }
-        std::sort(near.begin(), near.end());
         near.resize(std::max(near.size(), count + 1), {largest, -1});
+        const auto end = near.begin() + neighbourCount + 1;
+        std::partial_sort(near.begin(), end, near.end());
         for (std::size_t n = 0; n < count; ++n) {
             lists.distances(row, n) = near[n + 1].first;
             lists.labels(row, n) = near[n + 1].second;
@@ -190,8 +209,12 @@ std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row)
     };
     std::vector<std::int64_t> order;
     for (std::size_t column = 0; column < values.shape(1); ++column) {
+        const float value = values(row, column);
         std::size_t place = order.size();
-        while (place > 0 && isLess(values(row, column), values(row, order[place - 1]))) {
+        if (place > 0 && isLess(value, values(row, order[0]))) {
+            place = 0;
+        }
+        while (place > 0 && isLess(value, values(row, order[place - 1]))) {
             --place;
         }
         order.insert(order.begin() + static_cast<std::ptrdiff_t>(place),
@@ -200,14 +223,17 @@ std::vector<std::int64_t> insertionSorted(const Floats& values, std::size_t row)
     return order;
 }
 
-std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
-                                         const FeatureMatrix& queryText,
-                                         const FeatureMatrix& shapeMatrix,
-                                         const FeatureMatrix& textMatrix, float minThreshold) {
-    const Floats stackedShape = stacked(queryShape, shapeMatrix);
-    const Floats stackedText = stacked(queryText, textMatrix);
-    std::vector<Floats> weights;
-    const Floats fused = fuseSimilarities({stackedShape, stackedText}, weights, 0.4F);
+FusedLibrary fuseLibrary(const FeatureMatrix& queryShape, const FeatureMatrix& queryText,
+                         const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix) {
+    FusedLibrary library{stacked(queryShape, shapeMatrix), {}, {}};
+    library.fused = fuseSimilarities({library.stackedShape, stacked(queryText, textMatrix)},
+                                     library.weights, 0.4F);
+    return library;
+}
+
+std::vector<SearchResult> searchFused(const FusedLibrary& library, std::uint32_t k,
+                                      float minThreshold) {
+    const Floats& fused = library.fused;
     // The other rows of the array change nothing in row 0; on small libraries they are computed all
     // the same, as the dense form does.
     const Floats refined =
@@ -216,21 +242,30 @@ std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& q
     std::reverse(rankedColumns.begin(), rankedColumns.end());
 
     std::vector<SearchResult> hits;
+    const auto query = xt::view(library.stackedShape, 0, xt::all());
     for (const std::int64_t column : rankedColumns) {
-        const auto row = xt::view(stackedShape, column, xt::all());
-        if (column == 0 || std::equal(row.begin(), row.end(), queryShape.begin())) {
+        const auto row = xt::view(library.stackedShape, column, xt::all());
+        if (column == 0 || std::equal(row.begin(), row.end(), query.begin())) {
             continue;
         }
         const float score = refined(0, column);
         if (!(score >= minThreshold)) {
             break;
         }
-        hits.push_back({column - 1, score, weights[0](0, 0), weights[1](0, 0)});
+        hits.push_back({column - 1, score, library.weights[0](0, 0), library.weights[1](0, 0)});
         if (hits.size() == k) {
             break;
         }
     }
     return hits;
+}
+
+std::vector<SearchResult> searchAdaptive(std::uint32_t k, const FeatureMatrix& queryShape,
+                                         const FeatureMatrix& queryText,
+                                         const FeatureMatrix& shapeMatrix,
+                                         const FeatureMatrix& textMatrix, float minThreshold) {
+    return searchFused(fuseLibrary(queryShape, queryText, shapeMatrix, textMatrix), k,
+                       minThreshold);
 }
 
 }  // namespace quillon::reference

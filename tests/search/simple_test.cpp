@@ -155,6 +155,27 @@ TEST(SearchSimple, RefusesAQueryNarrowerThanTheLibrary) {
               "the query's shape vector has 511 elements, the library's rows have 512");
 }
 
+/// The first columns of `query`, and ones behind them.
+FeatureMatrix widened(const FeatureMatrix& query, std::size_t width) {
+    FeatureMatrix wide = FeatureMatrix::from_shape({1, width});
+    wide.fill(1.0F);
+    std::copy(query.begin(), query.end(), wide.begin());
+    return wide;
+}
+
+TEST(SearchSimple, ReadsTheFirstColumnsOfAWiderQuery) {
+    const std::vector<std::int64_t> expected = indexesOf(search(threeRows(), 3, 0.0F));
+    ASSERT_EQ(expected.size(), 3U);
+    for (const std::size_t more : {1U, 100U}) {
+        RandomLibrary library = threeRows();
+        library.queryShape = widened(library.queryShape, shapeWidth + more);
+        EXPECT_EQ(indexesOf(search(library, 3, 0.0F)), expected);
+        library = threeRows();
+        library.queryText = widened(library.queryText, textWidth + more);
+        EXPECT_EQ(indexesOf(search(library, 3, 0.0F)), expected);
+    }
+}
+
 TEST(SearchSimple, FailsWhenNoHitsAreAskedFor) {
     EXPECT_NE(failureOf(threeRows(), 0).find("Error: 'k > 0' failed"), std::string::npos);
 }

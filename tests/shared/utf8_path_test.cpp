@@ -17,14 +17,9 @@ TEST(PathFromUtf8, KeepsEveryCharacter) {
     EXPECT_EQ(pathFromUtf8("🚪").u16string(), u"🚪");
 }
 
-TEST(PathFromUtf8, MakesOfMalformedTextWhatTheSystemCanHold) {
+TEST(PathFromUtf8, KeepsMalformedText) {
     for (const std::string text : {"a\xff.json", "a\xed\xa0\x80.json"}) {
-#ifdef _WIN32
-        EXPECT_EQ(test::thrownText<std::runtime_error>([&] { pathFromUtf8(text); }),
-                  "fail to open input file: " + text);
-#else
         EXPECT_EQ(utf8FromPath(pathFromUtf8(text)), text);
-#endif
     }
 }
 

@@ -1,45 +1,31 @@
 // Neighbour lists written down instead of found, for tests of what is made of them.
 #pragma once
 
-#include <numeric>
-#include <utility>
+#include <algorithm>
+#include <array>
 #include <vector>
 
-#include "search/fused_similarity.h"
+#include "search/adaptive/listed_rows.h"
 
 namespace quillon::test {
 
-/// Row r has the list `lists[r]`, and the curve area `areas[r]` where areas are given. No row has a
-/// copy, and none a vector.
-inline NeighbourLists listsOf(const std::vector<std::vector<Row>>& lists,
-                              const std::vector<float>& areas = {}) {
-    const std::size_t rowCount = lists.size();
-    SideRows side;
-    side.count = rowCount;
-    side.distinct.resize(rowCount);
-    std::iota(side.distinct.begin(), side.distinct.end(), 0);
-    side.firstCopy = side.distinct;
-    side.nextCopy.assign(rowCount, noRow);
-    side.squaredLengths.assign(rowCount, 1.0F);
-    NeighbourLists listed = nothingListed(std::move(side));
-    listed.count = lists[0].size();
-    listed.listed = listed.side.distinct;
-    listed.isListed.assign(rowCount, 1);
-    listed.labels.clear();
-    for (const std::vector<Row>& list : lists) {
-        listed.labels.insert(listed.labels.end(), list.begin(), list.end());
-    }
-    if (!areas.empty()) {
-        listed.curveAreas = areas;
-    }
-    return listed;
+/// At most five labels.
+inline NeighbourList listOf(const std::vector<Row>& labels, float curveArea = 1.0F) {
+    NeighbourList list;
+    list.labels.fill(noRow);
+    std::copy(labels.begin(), labels.end(), list.labels.begin());
+    list.count = static_cast<std::uint32_t>(labels.size());
+    list.curveArea = curveArea;
+    return list;
 }
 
-inline WeightedSides weightedOf(NeighbourLists shapes, NeighbourLists texts) {
-    const std::size_t rowCount = shapes.side.count;
-    return {{WeightedSide{std::move(shapes), std::vector<float>(rowCount)},
-             WeightedSide{std::move(texts), std::vector<float>(rowCount)}},
-            std::vector<char>(rowCount, 0)};
+inline ListedRow listedRow(Row row, const std::vector<Row>& shapes, const std::vector<Row>& texts,
+                           const std::array<float, 2>& weights) {
+    return {row, {listOf(shapes), listOf(texts)}, weights};
+}
+
+inline std::vector<Row> labelsOf(const NeighbourList& list) {
+    return {list.rows().begin(), list.rows().end()};
 }
 
 }  // namespace quillon::test

@@ -103,7 +103,7 @@ class Callers(unittest.TestCase):
         built = cls.folder / "built"
         built.mkdir()
         subprocess.run(["g++", "-std=c++20", CALLERS / "caller.cpp", "-o", built / "caller",
-                        "-pthread"], check=True)
+                        "-lboost_filesystem", "-pthread"], check=True)
         subprocess.run(["mcs", "-r:System.Runtime.Serialization", CALLERS / "Caller.cs",
                         f"-out:{built / 'Caller.exe'}"], check=True)
         cls.callers = {"Python": [sys.executable, CALLERS / "caller.py"],
@@ -111,17 +111,38 @@ class Callers(unittest.TestCase):
                        "C#": ["mono", built / "Caller.exe"]}
 
     def check(self, program, arguments, status, lines):
+        self.check_all([program, *arguments], status, lines, b"")
+
+    def check_all(self, words, status, lines, errors, **variables):
+        environment = os.environ | {"LC_ALL": "C.UTF-8"} | variables
         for language, caller in self.callers.items():
-            with self.subTest(language=language, arguments=arguments):
-                ended = subprocess.run([*caller, program, *arguments], cwd=self.folder, check=False,
-                                       capture_output=True, env=os.environ | {"LC_ALL": "C.UTF-8"})
+            with self.subTest(language=language, words=words):
+                ended = subprocess.run([*caller, *words], cwd=self.folder, check=False,
+                                       capture_output=True, env=environment)
                 self.assertEqual(
                     (ended.returncode, ended.stdout.decode().splitlines(), ended.stderr),
-                    (status, lines, b""))
+                    (status, lines, errors))
 
     def test_print_what_the_program_answers(self):
         for arguments, status, lines in outputs(self.folder.resolve()):
             self.check(PROGRAM, arguments, status, lines)
+
+    def test_find_the_program_through_path(self):
+        (self.folder / "programs").mkdir()
+        (self.folder / "programs/quillon").symlink_to(PROGRAM)
+        arguments, status, lines = outputs(self.folder.resolve())[0]
+        self.check_all(["quillon", *arguments], status, lines, b"",
+                       PATH=f"{self.folder / 'programs'}:{os.environ['PATH']}")
+
+    def test_say_that_there_is_no_such_program(self):
+        for program in ("no-such-program", "./no-such-program"):
+            self.check(program, ["list.json", "query.json", "r.json"], 1,
+                       [f"cannot start {program}"])
+
+    def test_say_what_arguments_they_need(self):
+        usage = b"caller PROGRAM FILELIST QUERY OUTPUT.json [METHOD [OPTION ...]]\n"
+        for words in ([], [PROGRAM, "list.json", "query.json"]):
+            self.check_all(words, 2, [], usage)
 
     def test_read_numbers_that_are_not_finite(self):
         self.check(self.folder / "stand-in", ["list.json", "query.json", "r.json"], 0, [

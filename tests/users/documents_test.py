@@ -35,8 +35,11 @@ RUN = {("README.md", "Your own blocks"): nothing}
 
 # Sections whose commands other tests run, with more than one library.
 RUN_ELSEWHERE = {
-    ("docs/scaling.md", "Many queries"): "scaling_test.py",
-    ("docs/scaling.md", "A library in parts"): "scaling_test.py",
+    ("docs/scaling.md", "Many queries"): "tests/tools/run_test.py",
+    ("docs/scaling.md", "A library in parts"): "tests/tools/run_test.py",
+    ("examples/dxf/README.md", "Drawings for the example encoder"): "tests/tools/encode_dxf_test.py",
+    ("docs/reading-the-hits.md", "Reading the hits"): "tests/tools/chart_test.py",
+    ("docs/reading-the-hits.md", "The methods on the sample"): "tests/tools/evaluate_test.py",
 }
 
 CI = "a step of .ci/run"
@@ -58,6 +61,8 @@ NOT_RUN = {
     "./scripts/check-package.sh": CI,
     "./scripts/package.sh": "scripts/check-package.sh starts it",
     "sudo apt install ./build/packages/quillon_*_amd64.deb": "scripts/check-package.sh does the same",
+    "sudo apt install ./build/packages/quillon-tools_*_all.deb":
+        "scripts/check-package.sh does the same",
     "cmake --preset release && cmake --build --preset release && "
     "cmake --install build/release --prefix ~/.local": "scripts/check-install.sh does the same",
 }

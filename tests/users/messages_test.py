@@ -9,7 +9,7 @@ import cbor2
 import msgpack
 
 from documents_test import run_section
-from program import ROOT, run
+from program import ROOT, run_query
 
 PAGE = (ROOT / "docs/messages.md").read_text()
 
@@ -20,8 +20,9 @@ EXTENSIONS = ".bson .cbor .jdb .json .msgpack .ubj"
 DOCUMENTS = "blocks files queryText shape stats text"
 HITS = "code distOrScore dwgPath dwgPathHash handle index name shapeWeight textWeight"
 STATS = "failedDrawings resultBlocks totalBlocks totalDrawings uniqueBlocks"
-OTHERS = "../../../.. .blocksMetadata .UTF8 0 A$C a$c C C.UTF-8 {}"
-NO_TEXTS = set(" ".join([OPTIONS, VALUES, EXTENSIONS, DOCUMENTS, HITS, STATS, OTHERS]).split())
+KERNELS = "baseline AVX2 AVX-512 avx2 avx512f"
+OTHERS = "../../../.. .blocksMetadata .UTF8 0 A$C a$c C.UTF-8 {}"
+NO_TEXTS = set(" ".join([OPTIONS, VALUES, EXTENSIONS, DOCUMENTS, HITS, STATS, KERNELS, OTHERS]).split())
 
 # Words in the page that stand for something else.
 PLACEHOLDERS = re.compile(
@@ -123,18 +124,7 @@ class Page(unittest.TestCase):
         key = ("README.md", "Your own blocks")
         with tempfile.TemporaryDirectory() as name:
             run_section(key, Path(name))
-            _, console = run(
-                "/filelist",
-                "filelist.json",
-                "/encode",
-                "query.json",
-                "/output",
-                "result.json",
-                "/method",
-                "shape",
-                "/pretty",
-                folder=name,
-            )
+            _, console = run_query("/method", "shape", "/pretty", folder=name)
         self.assertEqual(re.sub(r"\d+ ms", "0 ms", console), fenced(PAGE)[0])
 
 
@@ -295,11 +285,10 @@ def and_also(path, content):
 
 def start(files, *arguments):
     """Status, console and text of the result, if any, of a run in a folder with the files."""
-    documents = "/filelist list.json /encode query.json /output result.json".split()
     with tempfile.TemporaryDirectory() as name:
         for path, content in files.items():
             Path(name, path).write_bytes(content)
-        status, console = run(*documents, *arguments, folder=name)
+        status, console = run_query(*arguments, folder=name, files="list.json")
         result = Path(name, "result.json")
         return status, console, result.read_text() if result.exists() else None
 

@@ -14,3 +14,10 @@ def run(*arguments, folder=SAMPLE):
     if ended.stderr:
         raise AssertionError(f"on the standard error stream: {ended.stderr!r}")
     return ended.returncode, ended.stdout.decode("utf-8", errors="replace")
+
+
+def run_query(
+    *options, folder=SAMPLE, files="filelist.json", query="query.json", output="result.json"
+):
+    """One run that searches the listed files for the query; what `options` repeat they replace."""
+    return run("/filelist", files, "/encode", query, "/output", output, *options, folder=folder)

@@ -15,7 +15,7 @@ import cbor2
 import msgpack
 import ubjson
 
-from program import ROOT, SAMPLE, run
+from program import ROOT, SAMPLE, run_query
 
 README = (ROOT / "README.md").read_text()
 SHAPE, TEXT = [1.0] + [0.0] * 511, [1.0] + [0.0] * 383
@@ -64,16 +64,7 @@ class Search(unittest.TestCase):
         """Status, console and result of a run that succeeds or leaves no result."""
         result = self.folder / "result.json"
         result.unlink(missing_ok=True)
-        status, console = run(
-            "/filelist",
-            "filelist.json",
-            "/encode",
-            "query.json",
-            "/output",
-            "result.json",
-            *arguments,
-            folder=self.folder,
-        )
+        status, console = run_query(*arguments, folder=self.folder)
         return status, console, json.loads(result.read_text()) if result.exists() else None
 
     def hits(self, *arguments):
@@ -203,15 +194,7 @@ class Methods(Search):
         output = self.folder / "result.json"
         found = []
         for arguments in (["/topk", "20"], ["/topk", "20", "/min", "0.09"]):
-            run(
-                "/filelist",
-                "filelist.json",
-                "/encode",
-                "queries/1-door-23-3.json",
-                "/output",
-                output,
-                *arguments,
-            )
+            run_query(*arguments, query="queries/1-door-23-3.json", output=output)
             found.append(json.loads(output.read_text())["stats"]["resultBlocks"])
         self.assertEqual(found, [0, 20])
 
@@ -281,6 +264,9 @@ class Traps(Search):
         for method in ("shape", "simple"):
             hits = self.hits("/method", method, "/min", "-inf", "/topk", "-1")
             self.assertEqual([hit["name"] for hit in hits], ["Door"])
+        # By its text each of them is found.
+        hits = self.hits("/method", "text")
+        self.assertEqual([hit["name"] for hit in hits], ["nan", "infinite", "Door"])
         others = {
             "blocks": [f"{i}*{i}*1" for i in range(9)],
             "text": [TEXT] * 9,

@@ -8,7 +8,7 @@ from pathlib import Path
 import jsonschema
 
 from formats import READERS, read_document
-from program import ROOT, SAMPLE, run
+from program import ROOT, SAMPLE, run_query
 
 SCHEMAS = {
     name: json.loads((ROOT / f"docs/schema/{name}.schema.json").read_text())
@@ -358,8 +358,8 @@ class Schemas(unittest.TestCase):
     ):
         with tempfile.TemporaryDirectory() as output:
             path = Path(output, f"result.{extension}")
-            status, console = run(
-                "/filelist", files, "/encode", query, "/output", path, *options, folder=folder
+            status, console = run_query(
+                *options, folder=folder, files=files, query=query, output=path
             )
             self.assertEqual(status, 0, console)
             return read_document(path)

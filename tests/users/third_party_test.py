@@ -6,9 +6,9 @@ import unittest
 from program import ROOT
 
 # The program's name in the table, and the Debian package whose version is meant.
-PACKAGES = {"faiss": "libfaiss-dev", "JSON for Modern C++": "nlohmann-json3-dev",
+PACKAGES = {"JSON for Modern C++": "nlohmann-json3-dev",
             "xtensor": "libxtensor-dev", "xtl": "xtl-dev",
-            "simdjson": "libsimdjson14", "OpenBLAS": "libopenblas0-openmp", "GCC": "libstdc++6",
+            "simdjson": "libsimdjson14", "GCC": "libstdc++6",
             "glibc": "libc6"}
 
 

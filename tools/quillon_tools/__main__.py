@@ -1,0 +1,6 @@
+"""`python3 -m quillon_tools` is the same as `quillon-tools`."""
+import sys
+
+from quillon_tools.cli import main
+
+sys.exit(main())
