@@ -88,7 +88,7 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
     // To compare with more rows takes longer than to make the lists that it would save: measured on
     // 20,000 and 100,000 clustered and unclustered rows, half and twice as many cost 10 % more.
     const std::size_t largestSample = std::max<std::size_t>(512, side.rowCount / 64);
-    const auto compareWith = [&](const Rows& sample) {
+    const auto narrowBy = [&](const Rows& sample) {
         compareWithSample(side, sample, candidates);
         std::erase_if(candidates, [](const BoundedRow& candidate) {
             return candidate.neighbourBound() < candidate.nearestElement;
@@ -99,10 +99,10 @@ void compareWithEachOther(const StackedSide& side, std::vector<BoundedRow>& cand
     while (all.size() / step > firstSample) {
         step *= 2;
     }
-    compareWith(sampleOf(all, 0, step));
+    narrowBy(sampleOf(all, 0, step));
     for (; step > 1 && all.size() / step <= largestSample; step /= 2) {
         // Those halfway between the ones compared so far: samples double and share no row.
-        compareWith(sampleOf(all, step / 2, step));
+        narrowBy(sampleOf(all, step / 2, step));
     }
 }
 
