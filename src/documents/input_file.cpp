@@ -23,31 +23,27 @@ namespace {
 /// The most that one call reads, which takes no larger number on some systems.
 constexpr std::size_t maxReadBytes = std::size_t{1} << 30U;
 
+/// Room for what has no size, such as a pipe.
+constexpr std::size_t firstRoom = std::size_t{1} << 16U;
+
 }  // namespace
 
-/// Keeps the content.
-void FileBytes::grow(std::size_t capacity) {
-    auto larger = std::make_unique_for_overwrite<char[]>(capacity + padding);
-    std::copy_n(memory.get(), size, larger.get());
-    memory = std::move(larger);
-    room = capacity;
-}
-
-void InputFile::readAll(FileBytes& bytes) {
-    bytes.size = 0;
-    std::size_t end = fileSize != 0 ? fileSize : std::size_t{1} << 16U;
+FileBytes InputFile::readAll() {
+    FileBytes bytes;
+    std::size_t room = 0;
     while (true) {
-        if (end > bytes.room) {
-            bytes.grow(end);
+        if (bytes.size == room) {
+            room = room != 0 ? 2 * room : std::max(fileSize, firstRoom);
+            auto larger = std::make_unique_for_overwrite<char[]>(room + FileBytes::padding);
+            std::copy_n(bytes.memory.get(), bytes.size, larger.get());
+            bytes.memory = std::move(larger);
         }
+        const std::size_t end = fileSize != 0 ? fileSize : room;
         const std::size_t count =
             readSome(bytes.memory.get() + bytes.size, std::min(end - bytes.size, maxReadBytes));
         bytes.size += count;
         if (count == 0 || bytes.size == fileSize) {
-            return;
-        }
-        if (bytes.size == end) {
-            end *= 2;
+            return bytes;
         }
     }
 }

@@ -11,22 +11,15 @@
 
 namespace quillon {
 
-/// The content of a file, in memory that can serve one file after the other.
-class FileBytes {
-  public:
+/// The content of a file.
+struct FileBytes {
     /// Readable bytes of any value behind the content. The JSON parser reads that far.
     static constexpr std::size_t padding = 64;
 
     std::string_view view() const { return {memory.get(), size}; }
-    std::size_t capacity() const { return room; }
-
-  private:
-    friend class InputFile;
-    void grow(std::size_t capacity);
 
     std::unique_ptr<char[]> memory;
-    std::size_t room = 0;  // without the padding
-    std::size_t size = 0;
+    std::size_t size = 0;  // without the padding
 };
 
 /// Thrown for a file that can't be opened now, because too many are open.
@@ -47,9 +40,8 @@ class InputFile {
     /// In bytes, as the file was opened; 0 for a pipe or a device, which have no size.
     std::size_t size() const { return fileSize; }
 
-    /// Replaces what `bytes` holds by the content up to the size, or to the end where there is
-    /// none.
-    void readAll(FileBytes& bytes);
+    /// The content up to the size, or to the end where there is no size.
+    FileBytes readAll();
 
   private:
     InputFile() = default;

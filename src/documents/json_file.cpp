@@ -46,8 +46,7 @@ Format knownFormat(const std::filesystem::path& path) {
 json readJsonFile(const std::filesystem::path& path) {
     InputFile file(path);
     const Format format = knownFormat(path);
-    FileBytes bytes;
-    file.readAll(bytes);
+    const FileBytes bytes = file.readAll();
     if (format != Format::json) {
         checkBinaryLimits(bytes.view(), format, path);
     }
@@ -59,7 +58,7 @@ json parseDocument(std::string_view bytes, Format format) {
     JsonTree document;
     TreeBuilder builder(document.root);
     if (!json::sax_parse(bytes, &builder, format)) {
-        // The library's BSON reader gives up without a word when the file ends before a string's
+        // The library's BSON reader stops without an error when the file ends before a string's
         // closing NUL.
         throw json::parse_error::create(
             110, bytes.size() + 1,

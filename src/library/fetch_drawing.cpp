@@ -30,10 +30,10 @@ Drawing decodeDrawing(const EncodingsFile& file, std::string_view bytes,
     return std::move(*drawing);
 }
 
-Drawing fetchDrawing(const json& listed, FetchBuffers& buffers) {
+Drawing fetchDrawing(const json& listed, simdjson::dom::parser& parser) {
     EncodingsFile file(listed);
-    file.input.readAll(buffers.bytes);
-    return decodeDrawing(file, buffers.bytes.view(), buffers.parser);
+    const FileBytes bytes = file.input.readAll();
+    return decodeDrawing(file, bytes.view(), parser);
 }
 
 }  // namespace quillon

@@ -29,13 +29,7 @@ struct EncodingsFile {
 Drawing decodeDrawing(const EncodingsFile& file, std::string_view bytes,
                       simdjson::dom::parser& parser);
 
-/// What is kept from drawing to drawing, so that it is allocated once.
-struct FetchBuffers {
-    simdjson::dom::parser parser;
-    FileBytes bytes;
-};
-
-/// Opens, reads and decodes.
-Drawing fetchDrawing(const nlohmann::json& listed, FetchBuffers& buffers);
+/// Opens, reads and decodes. Throws what these throw.
+Drawing fetchDrawing(const nlohmann::json& listed, simdjson::dom::parser& parser);
 
 }  // namespace quillon

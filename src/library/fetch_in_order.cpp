@@ -5,16 +5,19 @@
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "documents/json_access.h"
 #include "library/fetch_drawing.h"
+#include "shared/in_parallel.h"
 
 namespace quillon {
 namespace {
@@ -22,18 +25,12 @@ namespace {
 using nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
-/// Larger buffers are freed as soon as a file has been decoded.
-constexpr std::size_t maxKeptBytes = std::size_t{1} << 20U;
-
 /// So many slow files in a row are no accident of a busy machine.
 constexpr std::size_t slowFilesOfAShare = 4;
 
-/// How many more drawings are fetched at a time for each slow file.
-constexpr std::size_t furtherFetches = 3;
-
-/// Whether a file took more than half a millisecond and a gigabyte a second to open and read. From
-/// the page cache it takes a fifth of that.
-bool wasSlow(std::size_t bytes, Clock::duration time) {
+/// Whether opening and reading a file took more than half a millisecond and a gigabyte a second.
+/// From the page cache it takes a fifth of that.
+bool isSlow(std::size_t bytes, Clock::duration time) {
     return time > std::chrono::microseconds(500) + std::chrono::nanoseconds(bytes);
 }
 
@@ -49,46 +46,26 @@ Drawing failedDrawing() noexcept {
     return failed;
 }
 
-/// Whether the system is to blame for the failure, not the file.
-bool isExhaustion(const std::exception_ptr& failure) noexcept {
-    try {
-        if (failure) {
-            std::rethrow_exception(failure);
-        }
-    } catch (const std::bad_alloc&) {
-        return true;
-    } catch (const TooManyOpenFiles&) {
-        return true;
-    } catch (...) {
-        return false;
-    }
-    return false;
-}
-
-/// Threads that fetch, and the state that they share, all under one mutex. Each thread reads a file
-/// and then waits for a parser to decode it with. There are as many parsers as processors.
+/// Threads that fetch, and the state that they share, all under one mutex. Each thread takes the
+/// next drawing of the list, reads its file, and then waits for a parser to decode it with. There
+/// are as many parsers as processors. There are as many threads, too, until several files in a row
+/// were slow to read; then there are `maxReaders`.
 ///
-/// At first as many drawings are fetched at a time, one of them by the calling thread. While files
-/// are slow and parsers wait for them, further threads fetch, and the calling thread only consumes.
-/// When files are quick again, fewer threads fetch.
-///
-/// Drawings are taken in list order, and the drawing whose turn it is never waits for room, so the
-/// calling thread always gets it.
+/// The drawing whose turn it is never waits for room, so the calling thread always gets it.
 class ParallelFetch {
   public:
     explicit ParallelFetch(const json& listedFiles)
         : files(listedFiles),
+          end(files.size()),
           places(std::min(files.size(), maxDrawingsInFlight)),
-          parsers(std::max(1U, std::thread::hardware_concurrency())),
-          maxFetches(parsers.size()) {
+          parsers(processorCount()) {
+        // All memory for the hand-over is allocated before reading starts.
         for (simdjson::dom::parser& parser : parsers) {
             freeParsers.push_back(&parser);
         }
-        // All memory for the hand-over is allocated before reading starts.
-        freeBuffers.reserve(parsers.size() + maxReaders);
-        threads.reserve(parsers.size() + maxReaders);
+        threads.reserve(std::max(parsers.size(), maxReaders));
         const std::lock_guard lock(mutex);
-        startThreads(maxFetches - 1);
+        startThreads(parsers.size() - 1);
     }
 
     ParallelFetch(const ParallelFetch&) = delete;
@@ -96,81 +73,68 @@ class ParallelFetch {
 
     /// Ends the threads, whatever the reason for leaving.
     ~ParallelFetch() {
-        {
-            const std::lock_guard lock(mutex);
-            isStopped = true;
-        }
+        const std::lock_guard lock(mutex);
+        isStopped = true;
         mayTake.notify_all();
         hasRoom.notify_all();
     }
 
-    /// Returns how many drawings have been consumed: all, or those ahead of the first one that
-    /// failed for want of memory or descriptors.
+    /// Returns how many drawings have been consumed: all, or those ahead of the first one that the
+    /// system has no memory or descriptor for.
     std::size_t consumeAll(const std::function<void(Drawing&&)>& consume) {
         std::unique_lock lock(mutex);
-        while (consumed < files.size()) {
-            Place& first = places[consumed % places.size()];
-            if (first.isFetched) {
-                Drawing drawing = std::move(first.drawing);
-                first.isFetched = false;
-                if (isExhaustion(drawing.failure)) {
-                    break;
-                }
+        while (consumed < end) {
+            std::optional<Drawing>& first = places[consumed % places.size()];
+            if (first) {
+                Drawing drawing = *std::exchange(first, std::nullopt);
                 ++consumed;
                 makeRoom(bytesOf(drawing));
                 lock.unlock();
                 consume(std::move(drawing));
                 lock.lock();
-            } else if (maxFetches <= parsers.size() && mayFetch()) {
+            } else if (threads.size() < parsers.size() && mayTakeNext()) {
                 fetchNext(lock);
             } else {
-                firstFetched.wait(lock, [&] { return first.isFetched; });
+                firstFetched.wait(lock, [&] { return first || consumed >= end; });
             }
         }
         return consumed;
     }
 
   private:
-    struct Place {
-        bool isFetched = false;
-        Drawing drawing;
-    };
-
-    struct Stopped {};
-
-    /// Until there are `count`, or as many as the system allows.
+    /// Until there are `count`, one for each drawing, or as many as the system allows.
     void startThreads(std::size_t count) {
         try {
-            while (threads.size() < count && !isStopped) {
+            while (threads.size() < std::min(count, files.size())) {
                 threads.emplace_back([this]() noexcept { fetchAll(); });
             }
         } catch (const std::exception&) {
-            // The calling thread is one more.
-            maxFetches = std::min(maxFetches, threads.size() + 1);
+            // Those there are fetch all drawings. Without any, the calling thread does.
         }
     }
 
-    /// Adapts how many drawings are fetched at a time to how the last file was read.
-    void adapt(bool lastWasSlow) {
-        slowFiles = lastWasSlow ? slowFiles + 1 : 0;
-        if (!lastWasSlow) {
-            maxFetches = std::max(maxFetches - 1, parsers.size());
-        } else if (slowFiles >= slowFilesOfAShare && !freeParsers.empty()) {
-            maxFetches = std::max(maxFetches, std::min(maxFetches + furtherFetches, maxReaders));
-            startThreads(std::min(maxFetches, files.size()));
-        }
-    }
-
-    bool mayFetch() const {
-        return fetches < maxFetches && next < files.size() && next - consumed < places.size() &&
+    bool mayTakeNext() const {
+        return next < end && next - consumed < places.size() &&
                (next == consumed || bytesInFlight + expectedBytes <= maxBytesInFlight);
+    }
+
+    void wakeForNext() {
+        if (mayTakeNext()) {
+            mayTake.notify_one();
+        }
+    }
+
+    void makeRoom(std::size_t bytes) {
+        bytesInFlight -= bytes;
+        hasRoom.notify_all();
+        wakeForNext();
     }
 
     /// Fetches until all is over.
     void fetchAll() {
         std::unique_lock lock(mutex);
         while (true) {
-            mayTake.wait(lock, [&] { return isStopped || mayFetch(); });
+            mayTake.wait(lock, [&] { return isStopped || mayTakeNext(); });
             if (isStopped) {
                 return;
             }
@@ -181,122 +145,98 @@ class ParallelFetch {
     void fetchNext(std::unique_lock<std::mutex>& lock) {
         const std::size_t index = next++;
         std::size_t fileBytes = expectedBytes;
-        ++fetches;
         bytesInFlight += fileBytes;
-        if (mayFetch()) {
-            mayTake.notify_one();
-        }
+        wakeForNext();
         lock.unlock();
-        std::optional<EncodingsFile> file;
-        Drawing drawing = fetch(index, fileBytes, file);
+        std::optional<Drawing> drawing = fetch(index, fileBytes);
         lock.lock();
-        bytesInFlight += bytesOf(drawing);
-        Place& place = places[index % places.size()];
-        place.drawing = std::move(drawing);
-        place.isFetched = true;
+        if (drawing) {
+            bytesInFlight += bytesOf(*drawing);
+            places[index % places.size()] = std::move(drawing);
+        } else {
+            end = std::min(end, index);
+        }
         if (index == consumed) {
             firstFetched.notify_one();
         }
         makeRoom(fileBytes);
-        // To close the file may take a round trip, for which the drawing need not wait.
-        lock.unlock();
-        file.reset();
-        lock.lock();
-        --fetches;
     }
 
-    /// An exception would end the process from inside a thread, so none leaves.
-    Drawing fetch(std::size_t index, std::size_t& fileBytes,
-                  std::optional<EncodingsFile>& file) noexcept {
+    /// Returns nothing for want of memory or descriptors. `fileBytes`, what the file is counted
+    /// with, becomes its size. An exception would end the process from inside a thread, so none
+    /// leaves.
+    std::optional<Drawing> fetch(std::size_t index, std::size_t& fileBytes) noexcept {
         try {
-            const auto start = Clock::now();
-            file.emplace(elementOf(files, index));
-            const auto opened = Clock::now();
-            const std::size_t size = file->input.size();
-            FileBytes bytes = takeBuffer(index, std::exchange(fileBytes, size), size);
-            const auto admitted = Clock::now();
-            file->input.readAll(bytes);
-            simdjson::dom::parser& parser =
-                takeParser(wasSlow(size, opened - start + (Clock::now() - admitted)));
-            Drawing drawing;
-            try {
-                drawing = decodeDrawing(*file, bytes.view(), parser);
-            } catch (...) {
-                drawing = failedDrawing();
-            }
-            giveBack(std::move(bytes), parser);
-            return drawing;
+            const Clock::time_point start = Clock::now();
+            EncodingsFile file(elementOf(files, index));
+            const Clock::duration waited = waitForRoom(index, fileBytes, file.input.size());
+            const FileBytes bytes = file.input.readAll();
+            const auto giveBack = [this](simdjson::dom::parser* parser) { giveParserBack(parser); };
+            const std::unique_ptr<simdjson::dom::parser, decltype(giveBack)> parser(
+                takeParser(isSlow(bytes.size, Clock::now() - start - waited)), giveBack);
+            return decodeDrawing(file, bytes.view(), *parser);
+        } catch (const std::bad_alloc&) {
+            return std::nullopt;
+        } catch (const TooManyOpenFiles&) {
+            return std::nullopt;
         } catch (...) {
             return failedDrawing();
         }
     }
 
-    /// Counts the file with its size instead of what was expected. Waits until that has room or it
-    /// is the drawing's turn. The calling thread does not wait: it alone makes room.
-    FileBytes takeBuffer(std::size_t index, std::size_t expected, std::size_t size) {
+    /// Counts a file with its size instead of `fileBytes`. Waits until that has room or it is the
+    /// drawing's turn; the calling thread does not wait, since it alone makes room. Returns how
+    /// long.
+    Clock::duration waitForRoom(std::size_t index, std::size_t& fileBytes, std::size_t size) {
+        const Clock::time_point start = Clock::now();
         std::unique_lock lock(mutex);
         expectedBytes = size;
-        bytesInFlight += size - expected;
+        bytesInFlight += size - std::exchange(fileBytes, size);
         hasRoom.wait(lock, [&] {
             return isStopped || index == consumed || bytesInFlight <= maxBytesInFlight ||
                    std::this_thread::get_id() == callingThread;
         });
         if (isStopped) {
-            throw Stopped();
+            throw std::runtime_error("nobody waits for the drawing");
         }
-        FileBytes buffer;
-        if (!freeBuffers.empty()) {
-            buffer = std::move(freeBuffers.back());
-            freeBuffers.pop_back();
-        }
-        return buffer;
+        return Clock::now() - start;
     }
 
-    simdjson::dom::parser& takeParser(bool fileWasSlow) {
+    simdjson::dom::parser* takeParser(bool fileWasSlow) {
         std::unique_lock lock(mutex);
-        adapt(fileWasSlow);
+        slowFiles = fileWasSlow ? slowFiles + 1 : 0;
+        if (slowFiles == slowFilesOfAShare && !isStopped) {
+            startThreads(maxReaders);
+        }
         parserFreed.wait(lock, [&] { return !freeParsers.empty(); });
         simdjson::dom::parser* const parser = freeParsers.back();
         freeParsers.pop_back();
-        return *parser;
+        return parser;
     }
 
-    void giveBack(FileBytes&& buffer, simdjson::dom::parser& parser) {
+    void giveParserBack(simdjson::dom::parser* parser) {
         const std::lock_guard lock(mutex);
-        if (buffer.capacity() <= maxKeptBytes) {
-            freeBuffers.push_back(std::move(buffer));
-        }
-        freeParsers.push_back(&parser);
+        freeParsers.push_back(parser);
         parserFreed.notify_one();
-    }
-
-    void makeRoom(std::size_t bytes) {
-        bytesInFlight -= bytes;
-        hasRoom.notify_all();
-        if (mayFetch()) {
-            mayTake.notify_one();
-        }
     }
 
     const json& files;
     const std::thread::id callingThread = std::this_thread::get_id();
     std::mutex mutex;
     std::condition_variable firstFetched;  // the drawing whose turn it is
-    std::condition_variable mayTake;       // mayFetch()
+    std::condition_variable mayTake;       // mayTakeNext()
     std::condition_variable hasRoom;       // for a file that has been opened
     std::condition_variable parserFreed;
-    std::size_t next = 0;       // the first drawing that nobody has taken
-    std::size_t consumed = 0;   // those ahead of it have been handed over
-    std::vector<Place> places;  // drawing i, taken and not yet consumed, at i modulo its size
+    std::size_t next = 0;                        // the first drawing that nobody has taken
+    std::size_t consumed = 0;                    // those ahead of it have been handed over
+    std::size_t end;                             // this one and those behind it are not handed over
+    std::vector<std::optional<Drawing>> places;  // fetched drawing i at i modulo its size
     std::size_t bytesInFlight = 0;
     std::size_t expectedBytes = 0;  // size of the last file that was opened
     std::vector<simdjson::dom::parser> parsers;
     std::vector<simdjson::dom::parser*> freeParsers;
-    std::vector<FileBytes> freeBuffers;  // the last one is the likeliest in the cache
-    std::size_t maxFetches;
-    std::size_t fetches = 0;            // drawings that are being fetched
-    std::size_t slowFiles = 0;          // in a row
-    bool isStopped = false;             // no further drawing is to be taken
+    std::size_t slowFiles = 0;  // in a row
+    bool isStopped = false;
     std::vector<std::jthread> threads;  // joined before anything that they use is gone
 };
 
@@ -304,11 +244,11 @@ class ParallelFetch {
 
 void fetchInOrder(const json& files, const std::function<void(Drawing&&)>& consume) {
     std::size_t index = ParallelFetch(files).consumeAll(consume);
-    FetchBuffers buffers;
+    simdjson::dom::parser parser;
     for (; index < files.size(); ++index) {
         Drawing drawing;
         try {
-            drawing = fetchDrawing(elementOf(files, index), buffers);
+            drawing = fetchDrawing(elementOf(files, index), parser);
         } catch (...) {
             drawing = failedDrawing();
         }

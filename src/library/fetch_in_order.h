@@ -15,19 +15,17 @@ inline constexpr std::size_t maxReaders = 48;
 
 /// What may be in flight, in bytes: files that are read or decoded, and rows that wait for a slower
 /// drawing ahead of them. Enough for the readers and little beside any library for which memory
-/// matters. Two more drawings may come on top: the one whose turn it is, and one that the calling
-/// thread reads.
+/// matters. The drawing whose turn it is may come on top.
 inline constexpr std::size_t maxBytesInFlight = std::size_t{12} << 20U;
 inline constexpr std::size_t maxDrawingsInFlight = 1024;
 
 /// Fetches all drawings of `files` and calls `consume` with each, on the calling thread, in list
-/// order; failures of any type are handed over in the drawing. No more threads decode than there
-/// are processors, the calling thread among them. What is fetched ahead of its turn is bounded in
-/// number and memory.
+/// order; failures of any type are handed over in the drawing. No more threads decode at a time
+/// than there are processors. What is fetched ahead of its turn is bounded in number and memory.
 ///
-/// When the system has no memory or no file descriptor left for a drawing, that drawing and all
-/// behind it are fetched on the calling thread alone, after everything else that fetching holds has
-/// been freed. Threads that can't be started only cost time.
+/// When the system has no memory or no file descriptor left for a drawing, or no thread to fetch
+/// with, that drawing and all behind it are fetched on the calling thread, after everything else
+/// that fetching holds has been freed.
 ///
 /// What `consume` throws ends the fetching and leaves this function.
 void fetchInOrder(const nlohmann::json& files, const std::function<void(Drawing&&)>& consume);

@@ -70,12 +70,12 @@ void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrar
 
 /// Either failure is a message, and the load goes on with what was merged before it.
 void loadSequentially(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    FetchBuffers buffers;
+    simdjson::dom::parser parser;
     for (const json& listed : files) {
         std::string diagnostics;
         std::exception_ptr failure;
         try {
-            addDrawingBlocks(fetchDrawing(listed, buffers), dedupe, state, library.records,
+            addDrawingBlocks(fetchDrawing(listed, parser), dedupe, state, library.records,
                              diagnostics);
         } catch (const std::exception&) {
             failure = std::current_exception();

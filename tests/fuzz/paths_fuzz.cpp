@@ -71,19 +71,19 @@ void compareBlocks(const Drawing& fetched, const Drawing& plain) {
 
 void comparePaths(const FuzzDocument& document) {
     static const TempFolder folder;
-    static FetchBuffers buffers;
+    static simdjson::dom::parser parser;
     const auto path = folder.write("drawing" + std::string(document.extension), document.bytes);
     Drawing fetched;
     Drawing plain;
     const std::string failure =
-        failureOf([&] { fetched = fetchDrawing(utf8FromPath(path), buffers); });
+        failureOf([&] { fetched = fetchDrawing(utf8FromPath(path), parser); });
     const std::string plainFailure =
         failureOf([&] { plain = blocksOfDocument(readJsonFile(path)); });
     require(failure == plainFailure, "the file fails to be read in the same way");
     if (document.isWellFormed) {
         EncodingsFile file{nlohmann::json(utf8FromPath(path))};
-        file.input.readAll(buffers.bytes);
-        require(readFast(buffers.bytes.view(), file.format, path, buffers.parser).has_value(),
+        const FileBytes bytes = file.input.readAll();
+        require(readFast(bytes.view(), file.format, path, parser).has_value(),
                 "a well-formed drawing takes the fast path");
     }
     compareBlocks(fetched, plain);

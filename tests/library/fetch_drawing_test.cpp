@@ -20,8 +20,8 @@ namespace {
 using nlohmann::json;
 
 Drawing fetched(const std::filesystem::path& path) {
-    FetchBuffers buffers;
-    return fetchDrawing(utf8FromPath(path), buffers);
+    simdjson::dom::parser parser;
+    return fetchDrawing(utf8FromPath(path), parser);
 }
 
 void expectBlocks(const Drawing& blocks, const json& document) {
@@ -78,11 +78,11 @@ TEST(FetchDrawing, TakesOtherFilesOfEveryFormat) {
     }
 }
 
-/// Buffers that have held a larger file leave nothing of it behind.
-TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
+/// A parser that has held a larger file leaves nothing of it behind.
+TEST(FetchDrawing, OneParserServesOneFileAfterTheOther) {
     std::mt19937 random(3);
     const TempFolder folder;
-    FetchBuffers buffers;
+    simdjson::dom::parser parser;
     for (int round = 0; round < 3; ++round) {
         for (const std::string_view extension : allExtensions) {
             json document = wellFormedDocument(random);
@@ -93,7 +93,7 @@ TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
             }
             const auto path =
                 folder.write("file" + std::string(extension), encoded(document, extension));
-            const Drawing drawing = fetchDrawing(utf8FromPath(path), buffers);
+            const Drawing drawing = fetchDrawing(utf8FromPath(path), parser);
             expectBlocks(drawing, document);
         }
     }
@@ -101,17 +101,17 @@ TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
 
 TEST(FetchDrawing, FailsForWhatIsNoReadableFile) {
     const TempFolder folder;
-    FetchBuffers buffers;
-    EXPECT_EQ(thrownText<json::type_error>([&] { fetchDrawing(7, buffers); }), noString("number"));
+    simdjson::dom::parser parser;
+    EXPECT_EQ(thrownText<json::type_error>([&] { fetchDrawing(7, parser); }), noString("number"));
     const std::string missing = utf8FromPath(folder.path() / "missing.cbor");
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(missing, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(missing, parser); }),
               "fail to open input file: " + missing);
     const std::string unknown = utf8FromPath(folder.write("a.txt", json::object()));
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(unknown, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(unknown, parser); }),
               "Unknown input file format! " + unknown);
     const std::string inner = utf8FromPath(folder.path() / "folder.json");
     std::filesystem::create_directory(folder.path() / "folder.json");
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(inner, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(inner, parser); }),
               "fail to open input file: " + inner);
 }
 

@@ -45,10 +45,10 @@ TEST(FetchInOrder, HandsEveryDrawingOverInTheListsOrder) {
         const TempFolder folder;
         const json files = listOfDrawings(folder, missing);
         std::size_t index = 0;
-        FetchBuffers buffers;
+        simdjson::dom::parser parser;
         fetchInOrder(files, [&](Drawing&& drawing) {
             for (int i = 0; i < 4; ++i) {
-                fetchDrawing(files[7], buffers);
+                fetchDrawing(files[7], parser);
             }
             if (index % 8 < missing) {
                 ASSERT_TRUE(drawing.failure && !drawing.isReadable) << index;
