@@ -85,7 +85,7 @@ Drawing blocksOfDocument(const json& document) {
     Drawing drawing;
     drawing.isNull = document.is_null();
     std::ostringstream console;
-    console.exceptions(std::ios::badbit);  // or it would lose text without a word
+    console.exceptions(std::ios::badbit);  // otherwise a failed allocation drops text silently
     try {
         appendBlocks(document, drawing, console);
     } catch (const json::exception&) {

@@ -23,7 +23,7 @@ void writeArgument(std::ostream& out, const std::filesystem::path& path);
 /// a string that is not UTF-8; what stands before it has been written by then.
 void writeArgument(std::ostream& out, const nlohmann::json& value);
 
-/// With no argument left the rest of the format is written as it stands, "{}" included.
+/// With no argument left the rest of the format is written unchanged, "{}" included.
 inline void printTo(std::ostream& out, const char* format) {
     out << format;
 }
