@@ -13,10 +13,10 @@ namespace {
 using nlohmann::json;
 
 void expectDestroyed(json document) {
-    refuseMemory(0);
+    failAllocations(0);
     destroyIteratively(document);
     const bool isNull = document.is_null();
-    EXPECT_FALSE(grantMemory());
+    EXPECT_FALSE(allowAllocations());
     EXPECT_TRUE(isNull);
 }
 
@@ -56,9 +56,9 @@ TEST(DestroyIteratively, EmptiesDeepDocuments) {
 TEST(JsonTree, DestroysIteratively) {
     {
         JsonTree document(json{{"a", {1, {2, 3}}}});
-        refuseMemory(0);
+        failAllocations(0);
     }
-    EXPECT_FALSE(grantMemory());
+    EXPECT_FALSE(allowAllocations());
 }
 
 }  // namespace
