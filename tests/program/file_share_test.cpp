@@ -79,19 +79,19 @@ TEST(FileShare, GivesTheResultOfLocalFiles) {
     }
 }
 
-/// 60 files of 3 MB, of which nothing is left once they are decoded.
+/// Small files ahead of 60 that have 3 MB, of which nothing is left once they are decoded.
 TEST(FileShare, FilesThatAreReadAheadTakeLittleMemory) {
     const TempFolder folder;
     writeGoodRun(folder);
     Words files{"good.json"};
-    const std::string bytes = json{{"blocks", json::array()},
-                                   {"shape", json::array()},
-                                   {"text", json::array()},
-                                   {"more", std::string(3U << 20U, 'x')}}
-                                  .dump();
-    for (std::size_t i = 0; i < 60; ++i) {
-        files.push_back(sharedName(i, ".json"));
-        folder.write(files.back(), bytes);
+    for (const std::size_t bytes : {1U, 3U << 20U}) {
+        json document = encodings({});
+        document["more"] = std::string(bytes, 'x');
+        const std::string text = document.dump();
+        for (std::size_t i = 0; i < 60; ++i) {
+            files.push_back(sharedName(files.size(), ".json"));
+            folder.write(files.back(), text);
+        }
     }
     writeList(folder, files);
     const ProgramResult run = runIn(folder, {}, slowShare);
