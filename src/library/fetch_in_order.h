@@ -15,7 +15,8 @@ inline constexpr std::size_t maxReaders = 48;
 
 /// What may be in flight, in bytes: files that are read or decoded, and rows that wait for a slower
 /// drawing ahead of them. Enough for the readers and little beside any library for which memory
-/// matters. The drawing whose turn it is may come on top.
+/// matters. Two more drawings may come on top: the one whose turn it is, and one that the calling
+/// thread reads.
 inline constexpr std::size_t maxBytesInFlight = std::size_t{12} << 20U;
 inline constexpr std::size_t maxDrawingsInFlight = 1024;
 
