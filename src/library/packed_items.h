@@ -28,9 +28,9 @@ struct PackedHead {
 /// (tags, open ends, extensions, words) and where the input ends first.
 PackedHead takeHead(PackedInput& input);
 
-/// Takes a vector of `width` numbers, 512 or 384, each narrowed to float32 from the type that its head
-/// gives it. Returns false, with a part of them taken, when one of the items is no number or the
-/// input ends first.
+/// Takes a vector of `width` numbers, 512 or 384, each narrowed to float32 from the type that its
+/// head gives it. Returns false, with a part of them taken, when one of the items is no number or
+/// the input ends first.
 bool takeRow(PackedInput& input, float* row, std::size_t width);
 
 }  // namespace quillon
