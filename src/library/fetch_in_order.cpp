@@ -10,7 +10,6 @@
 #include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -105,6 +104,9 @@ class ParallelFetch {
     }
 
   private:
+    /// Thrown instead of reading a file whose drawing nobody waits for any more.
+    struct Stopped {};
+
     /// Until there are `count`, one for each drawing, or as many as the system allows.
     void startThreads(std::size_t count) {
         try {
@@ -202,7 +204,7 @@ class ParallelFetch {
                    std::this_thread::get_id() == callingThread;
         });
         if (isStopped) {
-            throw std::runtime_error("nobody waits for the drawing");
+            throw Stopped();
         }
         return Clock::now() - start;
     }
