@@ -93,6 +93,8 @@ TEST(InputFile, ReadsPipesToTheirEnd) {
 TEST(InputFile, SaysWhenTooManyFilesAreOpen) {
     const TempFolder folder;
     const auto path = folder.write("file", std::string_view("content"));
+    // A sanitizer needs descriptors when it sees a type of exception for the first time.
+    EXPECT_EQ(thrownText<TooManyOpenFiles>([] { throw TooManyOpenFiles("seen"); }), "seen");
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none{0, before.rlim_max};
