@@ -26,7 +26,7 @@ void moveRow(const char* from, std::size_t numberBytes, std::size_t width, float
     }
 }
 
-/// The vectors of a side stand one behind the other, each with a head of 3 bytes: the texts at the
+/// The vectors of a side follow one another, each with a head of 3 bytes: the texts at the
 /// end of the file, the shapes ahead of the name of the texts.
 void moveFile(std::string_view bytes, std::size_t numberBytes, MovedRows& rows) {
     const std::size_t shapeBytes = 3 + shapeWidth * (numberBytes + 1);

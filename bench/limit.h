@@ -7,14 +7,14 @@
 #include <filesystem>
 #include <vector>
 
-#include "library/merge_drawing.h"
+#include "library/growing_rows.h"
 
 namespace quillon::bench {
 
 /// What one thread has moved.
 struct MovedRows {
-    GrowingRows shapes{shapeWidth, MergeState::expectedRows};
-    GrowingRows texts{textWidth, MergeState::expectedRows};
+    GrowingRows shapes{shapeWidth};
+    GrowingRows texts{textWidth};
 };
 
 /// Reads CBOR or MessagePack files as `writeLibrary` makes them, of up to 100 blocks, each in one

@@ -1,5 +1,5 @@
-// The limit of a load as a program of its own, which whole runs are held against: to give pages to
-// a process that has had none costs more than to give them to one that has just let go of some.
+// The limit of a load as a program of its own, which whole runs are compared with: to give pages to
+// a process that has had none costs more than to give them to one that has just freed some.
 //     quillon_limit LIST BLOCKS    fails unless the files of LIST, of 32-bit floats, hold so many
 #include <exception>
 #include <iostream>

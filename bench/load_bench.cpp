@@ -173,6 +173,38 @@ void largestAgainstLimit(const LibrarySpec& spec, const Settings& settings, Repo
     report.add(std::move(row));
 }
 
+#ifdef QUILLON_SLOW_SHARE
+
+/// Runs of the program that end after the load: with every call on an encodings file delayed, and
+/// without.
+void shareAgainstLocal(const LibrarySpec& spec, const Settings& settings, Report& report) {
+    const DiskLibrary library(spec, settings);
+    const test::TempFolder folder;
+    const auto runOfLoad = [&](const std::vector<std::string>& launcher) {
+        return Contender{[&library, &folder, launcher] {
+            const test::ProgramResult result =
+                test::runProgram({"/filelist", utf8FromPath(library.files.list), "/encode",
+                                  utf8FromPath(library.files.narrowQuery), "/output",
+                                  utf8FromPath(folder.path() / "result.json"), "/method", "simple"},
+                                 folder.path(), launcher);
+            require(result.status == 1 && result.error.empty(), result.out + result.error);
+        }};
+    };
+    const Comparison times = compare(runOfLoad({"env", "LD_PRELOAD=" QUILLON_SLOW_SHARE}),
+                                     runOfLoad({}), budgetSeconds(settings));
+    Row row{"load/share/cbor/" + sizeName(spec),
+            "load with 2 ms for each open, size, read and close of a file / load", "x"};
+    row.value = times.ratio;
+    row.goal = goalIf(settings.full, {2.5, 1.5});
+    row.oursSeconds = times.oursSeconds;
+    row.otherSeconds = times.otherSeconds;
+    row.rounds = times.rounds;
+    row.note = std::to_string(library.encodingsBytes / 1000000) + " MB of files";
+    report.add(std::move(row));
+}
+
+#endif
+
 }  // namespace
 
 void benchLoad(const Settings& settings, Report& report) {
@@ -200,6 +232,10 @@ void benchLoad(const Settings& settings, Report& report) {
         LoadBench bench({extension, blocks, blocks / 50}, settings, report);
         bench.againstTrees({2.0, 3.0});
     }
+#ifdef QUILLON_SLOW_SHARE
+    shareAgainstLocal({".cbor", settings.full ? 100000U : 4000U, settings.full ? 2000U : 80U},
+                      settings, report);
+#endif
     largestAgainstLimit({".cbor", settings.full ? 1000000U : 4000U, settings.full ? 20000U : 80U},
                         settings, report);
 }

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Lets the fuzzer look for inputs that break a promise, from the committed corpus on, the targets side
 # by side:
-#     scripts/fuzz.sh [TARGET [SECONDS]]    TARGET: roads, readers, query, run or all; 60 seconds unless told
+#     scripts/fuzz.sh [TARGET [SECONDS]]    TARGET: paths, readers, query, run or all; 60 seconds unless told
 # New inputs stay in build/fuzz/found/TARGET, findings in build/fuzz.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 case ${1:-all} in
-    all) targets=(roads readers query run) ;;
-    roads | readers | query | run) targets=("$1") ;;
+    all) targets=(paths readers query run) ;;
+    paths | readers | query | run) targets=("$1") ;;
     *)
         sed -n '/^set/q; s/^# //p' "$0" >&2
         exit 2

@@ -31,7 +31,7 @@ cp -r examples/drawings "$folder/sample"
 scripts/build-wheel.sh "$folder"
 
 # The licenses, and the licenses that they refer to.
-for package in nlohmann-json3-dev libsimdjson-dev libxtensor-dev xtl-dev libboost1.74-dev \
+for package in nlohmann-json3-dev libsimdjson-dev libxtensor-dev xtl-dev \
     gcc-mingw-w64-base mingw-w64-x86-64-dev; do
     copyright=/usr/share/doc/$package/copyright
     sed 's,/usr/share/common-licenses/\([A-Za-z0-9.-]*[A-Za-z0-9]\),\1.txt,g' "$copyright" \

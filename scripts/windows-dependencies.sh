@@ -7,14 +7,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-packages.sh g++-mingw-w64-x86-64-posix cmake ninja-build dpkg-dev \
-    nlohmann-json3-dev libxtensor-dev xtl-dev libboost-dev libsimdjson-dev libgtest-dev
+    nlohmann-json3-dev libxtensor-dev xtl-dev libsimdjson-dev libgtest-dev
 
 simdjson=$(dpkg-query -W -f '${source:Package}=${source:Version}' libsimdjson-dev)
 
 key=$({
     cat scripts/windows-dependencies.sh cmake/windows/{CMakeLists.txt,toolchain.cmake}
     dpkg-query -W -f '${Package} ${Version}\n' g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev \
-        nlohmann-json3-dev libxtensor-dev xtl-dev libboost-dev libgtest-dev
+        nlohmann-json3-dev libxtensor-dev xtl-dev libgtest-dev
     printf '%s\n' "$simdjson"
 } | sha256sum | cut -c 1-16)
 cache=${QUILLON_WINDOWS_CACHE:-$PWD/build/windows-cache}
@@ -53,7 +53,7 @@ if ! { cmake -G Ninja -S cmake/windows -B "$work/build" -DCMAKE_BUILD_TYPE=Relea
 fi
 
 # Libraries of headers only are the same on every system. /usr/include itself must not be searched.
-for headers in boost nlohmann xtensor xtl; do
+for headers in nlohmann xtensor xtl; do
     ln -s "/usr/include/$headers" "$prefix/include/$headers"
 done
 cp -r /usr/share/cmake/nlohmann_json /usr/share/cmake/xtl "$prefix/lib/cmake"

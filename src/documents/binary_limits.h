@@ -27,7 +27,7 @@ class BinaryLimits {
     explicit BinaryLimits(std::size_t fileBytes)
         : maxValues(std::max(fileBytes, freeBinaryValues)) {}
 
-    bool value(std::size_t count = 1) { return (values += count) <= maxValues; }
+    bool value() { return ++values <= maxValues; }
     bool open() { return value() && ++depth <= maxBinaryNesting; }
     bool close() {
         --depth;

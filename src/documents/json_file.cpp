@@ -1,16 +1,14 @@
 #include "documents/json_file.h"
 
 #include <array>
-#include <cerrno>
 #include <fstream>
 #include <iomanip>
-#include <iterator>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "documents/binary_limits.h"
+#include "documents/input_file.h"
 #include "shared/json_tree.h"
 #include "shared/utf8_path.h"
 
@@ -38,43 +36,29 @@ std::optional<Format> documentFormat(const std::filesystem::path& path) {
     return std::nullopt;
 }
 
-json readJsonFile(const std::filesystem::path& path) {
-    const std::optional<Format> format = documentFormat(path);
-    std::ifstream stream(path,
-                         format == Format::json ? std::ios::in : std::ios::in | std::ios::binary);
-    const int openError = stream ? 0 : errno;
-    // Some systems open a folder as if it were a file, and fail when it is read.
-    stream.peek();
-    if (!stream.is_open() || stream.bad()) {
-        if (openError == ENOMEM) {
-            throw std::bad_alloc();
-        }
-        const std::string text = "fail to open input file: " + utf8FromPath(path);
-        if (openError == EMFILE || openError == ENFILE) {
-            throw OpenRefused(text);
-        }
-        throw std::runtime_error(text);
+Format knownFormat(const std::filesystem::path& path) {
+    if (const std::optional<Format> format = documentFormat(path)) {
+        return *format;
     }
-    if (!format) {
-        throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
-    }
-    if (format == Format::json) {
-        // What json::parse does, but with the tree in our hands when it throws.
-        JsonTree document;
-        TreeBuilder builder(document.root);
-        json::sax_parse(stream, &builder);
-        return std::move(document.root);
-    }
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    checkBinaryLimits(bytes, *format, path);
-    return parseBinary(bytes, *format);
+    throw std::runtime_error("Unknown input file format! " + utf8FromPath(path));
 }
 
-json parseBinary(std::string_view bytes, Format format) {
+json readJsonFile(const std::filesystem::path& path) {
+    InputFile file(path);
+    const Format format = knownFormat(path);
+    const FileBytes bytes = file.readAll();
+    if (format != Format::json) {
+        checkBinaryLimits(bytes.view(), format, path);
+    }
+    return parseDocument(bytes.view(), format);
+}
+
+json parseDocument(std::string_view bytes, Format format) {
+    // What json::parse does, but with the tree in our hands when it throws.
     JsonTree document;
     TreeBuilder builder(document.root);
     if (!json::sax_parse(bytes, &builder, format)) {
-        // The library's BSON reader gives up without a word when the file ends before a string's
+        // The library's BSON reader stops without an error when the file ends before a string's
         // closing NUL.
         throw json::parse_error::create(
             110, bytes.size() + 1,

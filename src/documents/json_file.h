@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 
 namespace quillon {
@@ -14,21 +13,19 @@ namespace quillon {
 /// The format of the path's extension, or nothing for an unknown one.
 std::optional<nlohmann::json::input_format_t> documentFormat(const std::filesystem::path& path);
 
-/// Thrown for a file that can't be opened now, because too many are open.
-struct OpenRefused : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+/// The same for a file to be read. Throws std::runtime_error for an unknown one.
+nlohmann::json::input_format_t knownFormat(const std::filesystem::path& path);
 
 /// Reads the whole file; nothing but white space may follow a JSON text, and nothing a binary
-/// value. Throws std::runtime_error when the file can't be opened (OpenRefused if that may change)
-/// or, after that, its extension is unknown, and for a binary document beyond the limits of
-/// `checkBinaryLimits`; the JSON library's exceptions when the content does not parse. Calls on
-/// several threads do not disturb each other.
+/// value. Throws what `InputFile` throws and, after that, what `knownFormat` does;
+/// std::runtime_error for a binary document beyond the limits of `checkBinaryLimits`; the JSON
+/// library's exceptions when the content does not parse. Calls on several threads do not disturb
+/// each other.
 nlohmann::json readJsonFile(const std::filesystem::path& path);
 
-/// The tree of a binary document, `bytes` being all of it and within the limits. Throws the JSON
-/// library's exceptions when they do not parse.
-nlohmann::json parseBinary(std::string_view bytes, nlohmann::json::input_format_t format);
+/// The tree of a document, `bytes` being all of it and, in a binary format, within the limits.
+/// Throws the JSON library's exceptions when they do not parse.
+nlohmann::json parseDocument(std::string_view bytes, nlohmann::json::input_format_t format);
 
 /// Creates or empties the file, then writes. `pretty` indents JSON text by 4 blanks a level and
 /// changes nothing elsewhere. Throws std::runtime_error when the file can't be opened or, by then

@@ -18,7 +18,7 @@ bool isSpaceOrDigit(unsigned char byte) {
     return isAscii(byte) && (std::isspace(byte) != 0 || std::isdigit(byte) != 0);
 }
 
-// The same everywhere: a platform's table of characters hangs on its age and on the locale.
+// The same everywhere: a platform's table of characters depends on its age and on the locale.
 bool isPrintableCharacter(char32_t character) {
     if (character < 0xA0) {
         return character >= ' ' && character <= '~';

@@ -40,8 +40,8 @@ std::exception_ptr appendVector(const json& vector, GrowingRows& rows) {
     return nullptr;
 }
 
-/// Appends to `drawing` until the end or the first failure; `console` takes the remarks.
-void appendBlocks(const json& document, DrawingBlocks& drawing, std::ostringstream& console) {
+/// Appends to `drawing` until the end or the first failure; `console` takes the diagnostics.
+void appendBlocks(const json& document, Drawing& drawing, std::ostringstream& console) {
     // A drawing without blocks needs no vectors.
     if (document.is_object() && document.contains(blocksKey) && document[blocksKey].empty()) {
         return;
@@ -67,28 +67,32 @@ void appendBlocks(const json& document, DrawingBlocks& drawing, std::ostringstre
         }
         DrawingBlock block;
         block.key = std::move(key);
-        block.remarks = console.str();
+        block.diagnostics = console.str();
         console.str({});
-        block.shapeFault = appendVector(shape, drawing.shapes);
-        block.textFault = appendVector(text, drawing.texts);
+        block.failure = appendVector(shape, drawing.shapes);
+        block.hasShape = !block.failure;
+        const std::exception_ptr textFailure = appendVector(text, drawing.texts);
+        if (block.hasShape) {
+            block.failure = textFailure;
+        }
         drawing.blocks.push_back(std::move(block));
     }
 }
 
 }  // namespace
 
-DrawingBlocks blocksOfDocument(const json& document) {
-    DrawingBlocks drawing;
+Drawing blocksOfDocument(const json& document) {
+    Drawing drawing;
     drawing.isNull = document.is_null();
     std::ostringstream console;
-    console.exceptions(std::ios::badbit);  // or it would lose text without a word
+    console.exceptions(std::ios::badbit);  // otherwise a failed allocation drops text silently
     try {
         appendBlocks(document, drawing, console);
     } catch (const json::exception&) {
         drawing.failure = std::current_exception();
     }
     // A message that broke off in the middle stands on the console as far as it got.
-    drawing.remarks = console.str();
+    drawing.diagnostics = console.str();
     return drawing;
 }
 

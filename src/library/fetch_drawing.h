@@ -1,39 +1,35 @@
-// Fetches the blocks of one listed drawing from its encodings file, and decides by which road.
+// Fetches the blocks of one listed drawing: opens its encodings file, reads and decodes it. Several
+// threads may do so at the same time.
 #pragma once
 
 #include <simdjson.h>
-#include <exception>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
-#include <vector>
+#include <nlohmann/json.hpp>
+#include <string_view>
 
-#include "library/drawing_blocks.h"
+#include "documents/input_file.h"
+#include "library/drawing.h"
 
 namespace quillon {
 
-/// The straight road takes tidy files (see tidy_drawing.h) from bytes to blocks; the tree road
-/// makes a document of any other and takes that apart, check by check. Both are exact: where both
-/// are open, they lead to the same blocks.
-enum class Road { straight, tree };
+/// The encodings file that `listed`, an element of the file list, names in UTF-8, open. Throws
+/// type_error 302 when `listed` is no string, and what `InputFile` and `knownFormat` throw.
+struct EncodingsFile {
+    explicit EncodingsFile(const nlohmann::json& listed);
 
-/// One drawing of the file list: its blocks, or why they could not be fetched.
-struct ListedDrawing {
     std::shared_ptr<const std::filesystem::path> path;
-    DrawingBlocks blocks;
-    Road road = Road::tree;  // for tests, since nothing else tells
-    std::exception_ptr failure;
+    InputFile input;
+    nlohmann::json::input_format_t format;
 };
 
-/// What one fetching thread keeps from drawing to drawing, so that it is allocated once.
-struct FetchBuffers {
-    simdjson::dom::parser parser;
-    std::vector<char> bytes;
-};
+/// Takes the blocks out of the file's bytes: of a well-formed file by the fast path, of any other
+/// by the generic path. Throws what `checkBinaryLimits` and `parseDocument` throw; the failure of a
+/// document of a wrong structure is in the drawing.
+Drawing decodeDrawing(const EncodingsFile& file, std::string_view bytes,
+                      simdjson::dom::parser& parser);
 
-/// `listed`, an element of the file list, is the path of an encodings file in UTF-8. Throws
-/// type_error 302 when it is no string, and what `readJsonFile` throws of the file; what is wrong
-/// with a document's structure stands in the blocks.
-ListedDrawing fetchDrawing(const nlohmann::json& listed, FetchBuffers& buffers);
+/// Opens, reads and decodes. Throws what these throw.
+Drawing fetchDrawing(const nlohmann::json& listed, simdjson::dom::parser& parser);
 
 }  // namespace quillon

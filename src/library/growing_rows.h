@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <new>
 #include <utility>
 
 #include "shared/feature_matrix.h"
@@ -12,17 +11,19 @@ namespace quillon {
 
 class GrowingRows {
   public:
-    /// `expectedRows` is the first capacity; beyond it the rows are moved as they grow.
-    explicit GrowingRows(std::size_t rowWidth, std::size_t expectedRows = 16)
-        : width(rowWidth), expected(expectedRows) {}
+    explicit GrowingRows(std::size_t rowWidth) : width(rowWidth) {}
 
-    /// When rows have to be moved, they get room for `rows` at once, if it is to be had.
-    void expect(std::size_t rows) { expected = rows; }
+    /// Makes room for so many rows at once.
+    void reserve(std::size_t rows) {
+        if (rows > values.shape(0)) {
+            values.resize({rows, width});
+        }
+    }
 
     /// A new last row, its values not set, valid until the next one is appended.
     float* append() {
         if (count == values.shape(0)) {
-            grow();
+            reserve(std::max<std::size_t>(16, count + count / 2));
         }
         return values.data() + width * count++;
     }
@@ -40,20 +41,7 @@ class GrowingRows {
     }
 
   private:
-    void grow() {
-        const std::size_t byHalf = count + count / 2 + 1;
-        try {
-            values.resize({std::max(expected, byHalf), width});
-        } catch (const std::bad_alloc&) {
-            if (count == 0 || expected <= byHalf) {
-                throw;
-            }
-            values.resize({byHalf, width});
-        }
-    }
-
     std::size_t width;
-    std::size_t expected;
     std::size_t count = 0;
     FeatureMatrix values;  // shape(0) is the capacity
 };

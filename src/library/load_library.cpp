@@ -1,8 +1,9 @@
 // The way from the list to the rows, drawing by drawing:
-//   fetchInOrder       takes the listed drawings, several at a time, and hands them over in order
-//   fetchDrawing       reads one encodings file and chooses its road to blocks:
-//   tidyJsonBlocks, tidyBinaryBlocks: straight from the bytes of a tidy file, or
-//   blocksOfDocument   by the tree of any other, where everything wrong gets its message
+//   fetchInOrder       fetches the listed drawings, several at a time, and hands them over in order
+//   InputFile          reads one encodings file
+//   decodeDrawing      takes the blocks out of its bytes:
+//   readFast           the fast path, from the bytes of a well-formed file, or
+//   blocksOfDocument   the generic path, by the tree of any other, with a message for each mistake
 //   addDrawingBlocks   merges the blocks: duplicates stay out, the others become records and rows
 #include "library/load_library.h"
 
@@ -16,6 +17,7 @@
 
 #include "documents/json_access.h"
 #include "documents/json_file.h"
+#include "library/fetch_drawing.h"
 #include "library/fetch_in_order.h"
 #include "library/merge_drawing.h"
 #include "shared/console.h"
@@ -46,47 +48,39 @@ std::string textOf(const std::exception_ptr& failure) {
 /// prints. A failure of the merge ends the load, but only after every drawing has been fetched and
 /// reported.
 void loadParallel(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    std::string remarks;
+    std::string diagnostics;
     std::exception_ptr mergeFailure;
-    std::size_t merged = 0;
-    fetchInOrder(files, [&](ListedDrawing&& drawing) {
-        ++merged;
-        if (drawing.failure) {
+    fetchInOrder(files, [&](Drawing&& drawing) {
+        if (!drawing.isReadable) {
             ++library.counters.failedDrawings;
             print("Warning: {}\n", textOf(drawing.failure));
-        } else if (!mergeFailure && !drawing.blocks.isNull) {
+        } else if (!mergeFailure && !drawing.isNull) {
             try {
-                addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
-                                 library.records, remarks);
-                expectMoreOfTheSame(merged, files.size(), state);
+                addDrawingBlocks(std::move(drawing), dedupe, state, library.records, diagnostics);
             } catch (...) {
                 mergeFailure = std::current_exception();
             }
         }
     });
-    print("{}", remarks);
+    print("{}", diagnostics);
     if (mergeFailure) {
         std::rethrow_exception(mergeFailure);
     }
 }
 
 /// Either failure is a message, and the load goes on with what was merged before it.
-void loadOneAtATime(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
-    FetchBuffers buffers;
-    std::size_t merged = 0;
+void loadSequentially(const json& files, bool dedupe, MergeState& state, BlockLibrary& library) {
+    simdjson::dom::parser parser;
     for (const json& listed : files) {
-        ++merged;
-        std::string remarks;
+        std::string diagnostics;
         std::exception_ptr failure;
         try {
-            ListedDrawing drawing = fetchDrawing(listed, buffers);
-            addDrawingBlocks(std::move(drawing.blocks), drawing.path, dedupe, state,
-                             library.records, remarks);
-            expectMoreOfTheSame(merged, files.size(), state);
+            addDrawingBlocks(fetchDrawing(listed, parser), dedupe, state, library.records,
+                             diagnostics);
         } catch (const std::exception&) {
             failure = std::current_exception();
         }
-        print("{}", remarks);
+        print("{}", diagnostics);
         if (failure) {
             ++library.counters.failedDrawings;
             print("Fail to load {}\n\t{}\n", listed, textOf(failure));
@@ -111,7 +105,7 @@ void loadBlockLibrary(const std::filesystem::path& fileListPath, bool parallelLo
     if (parallelLoad) {
         loadParallel(files, dedupe, state, library);
     } else {
-        loadOneAtATime(files, dedupe, state, library);
+        loadSequentially(files, dedupe, state, library);
     }
     if (library.records.empty()) {
         throw std::runtime_error("No encodings are loaded from files.");

@@ -14,7 +14,7 @@ namespace quillon {
 ///
 /// With `parallelLoad` the files are read on several threads: a file that can't be read or parsed
 /// is a warning, printed in list order ahead of everything the merge prints; one of a wrong
-/// structure ends the load. Without it the files are taken one at a time: either is a message and
+/// structure ends the load. Without it they are read sequentially: either is a message and
 /// the load goes on, keeping the blocks merged before the failure.
 ///
 /// Throws std::runtime_error when the list names no files or no block was accepted, and what the

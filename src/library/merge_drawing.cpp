@@ -9,33 +9,25 @@
 namespace quillon {
 namespace {
 
-void addRow(const GrowingRows& source, std::size_t row, const std::exception_ptr& fault,
-            bool isKept, GrowingRows& target) {
-    if (fault) {
-        std::rethrow_exception(fault);
-    }
+/// Room for a large library, which a small one does not ask for: 64 MiB of shapes. Arrays of that
+/// size are moved by their pages when they grow, smaller ones may be copied. Pages that are not
+/// written to take no memory.
+constexpr std::size_t smallLibraryRows = std::size_t{1} << 10U;
+constexpr std::size_t largeLibraryRows = std::size_t{1} << 15U;
+
+void addRow(const GrowingRows& source, std::size_t row, bool isKept, GrowingRows& target) {
     if (isKept) {
+        if (target.rowCount() == smallLibraryRows) {
+            target.reserve(largeLibraryRows);
+        }
         std::copy_n(source.row(row), source.rowWidth(), target.append());
     }
 }
 
 }  // namespace
 
-void expectMoreOfTheSame(std::size_t merged, std::size_t listed, MergeState& state) {
-    const std::size_t rows = state.uniqueCount;
-    const std::size_t alike = rows * listed / merged;
-    // The next drawing may be the one that the first room is too small for.
-    const std::size_t least =
-        rows < MergeState::firstRows / 2 ? MergeState::firstRows : MergeState::expectedRows;
-    const std::size_t expected = std::max(least, std::min(alike + alike / 16, 8 * rows));
-    state.shapes.expect(expected);
-    state.texts.expect(expected);
-}
-
-void addDrawingBlocks(DrawingBlocks&& drawing,
-                      const std::shared_ptr<const std::filesystem::path>& encodingsPath,
-                      bool dedupe, MergeState& state, std::vector<BlockRecord>& records,
-                      std::string& remarks) {
+void addDrawingBlocks(Drawing&& drawing, bool dedupe, MergeState& state,
+                      std::vector<BlockRecord>& records, std::string& diagnostics) {
     const auto addBlock = [&](std::size_t index, std::string_view code) {
         DrawingBlock& block = drawing.blocks[index];
         const bool isNew = state.seenCodes.emplace(code).second;
@@ -43,15 +35,20 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
             ++state.duplicateCount;
             return;
         }
-        records.push_back({encodingsPath, std::move(block.key)});
-        addRow(drawing.shapes, index, block.shapeFault, state.kept.shape, state.shapes);
-        addRow(drawing.texts, index, block.textFault, state.kept.text, state.texts);
+        records.push_back({drawing.path, std::move(block.key)});
+        if (block.hasShape) {
+            addRow(drawing.shapes, index, state.kept.shape, state.shapes);
+        }
+        if (block.failure) {
+            std::rethrow_exception(block.failure);
+        }
+        addRow(drawing.texts, index, state.kept.text, state.texts);
         ++state.uniqueCount;
     };
 
     std::optional<std::size_t> deferred;
     for (std::size_t i = 0; i < drawing.blocks.size(); ++i) {
-        remarks += drawing.blocks[i].remarks;
+        diagnostics += drawing.blocks[i].diagnostics;
         const std::vector<std::string_view> fields = splitBlockKey(drawing.blocks[i].key);
         if (fields[2] == "0") {
             deferred = i;
@@ -59,7 +56,7 @@ void addDrawingBlocks(DrawingBlocks&& drawing,
             addBlock(i, fields[1]);
         }
     }
-    remarks += drawing.remarks;
+    diagnostics += drawing.diagnostics;
     if (drawing.failure) {
         std::rethrow_exception(drawing.failure);
     }

@@ -9,8 +9,8 @@
 namespace quillon {
 
 void writeArgument(std::ostream& out, const std::filesystem::path& path) {
-    // By hand: std::quoted collects the text first, and where memory for that is refused it writes
-    // the part it has.
+    // By hand: std::quoted collects the text first, and if that allocation fails it writes only a
+    // part.
     out << '"';
     for (const char character : utf8FromPath(path)) {
         if (character == '"' || character == '\\') {

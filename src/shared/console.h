@@ -1,4 +1,4 @@
-// The one road to the console: a formatter with the bare placeholder "{}", and the report of an
+// The one way to the console: a formatter with the bare placeholder "{}", and the report of an
 // exception. Text goes to the standard output, unflushed; the standard error stream stays silent.
 #pragma once
 
@@ -23,7 +23,7 @@ void writeArgument(std::ostream& out, const std::filesystem::path& path);
 /// a string that is not UTF-8; what stands before it has been written by then.
 void writeArgument(std::ostream& out, const nlohmann::json& value);
 
-/// With no argument left the rest of the format is written as it stands, "{}" included.
+/// With no argument left the rest of the format is written unchanged, "{}" included.
 inline void printTo(std::ostream& out, const char* format) {
     out << format;
 }

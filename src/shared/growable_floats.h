@@ -5,88 +5,63 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
 #include <memory>
 #include <new>
+#include <span>
 #include <utility>
 
 #include "shared/large_pages.h"
 
 namespace quillon {
 
-/// Like a std::vector<float> with two differences: resizing keeps the values but leaves new ones
-/// uninitialised, and it goes through realloc, which for large blocks moves pages instead of
-/// copying floats where the platform can: there an array is never held twice while it grows, and
-/// capacity that has not been written to takes no memory. Serves as storage of the array library's
-/// containers.
-class GrowableFloats {
+/// Owns its floats. Like a std::vector<float> with two differences: resizing keeps the values but
+/// leaves new ones uninitialised, and it goes through realloc, which for large blocks moves pages
+/// instead of copying floats where the platform can: there an array is never held twice while it
+/// grows, and capacity that has not been written to takes no memory. Serves as storage of the array
+/// library's containers.
+class GrowableFloats : public std::span<float> {
   public:
-    using value_type = float;
-    using reference = float&;
-    using const_reference = const float&;
-    using pointer = float*;
-    using const_pointer = const float*;
-    using size_type = std::size_t;
-    using difference_type = std::ptrdiff_t;
-    using iterator = float*;
-    using const_iterator = const float*;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using const_iterator = iterator;
+    using const_reverse_iterator = reverse_iterator;
     using allocator_type = std::allocator<float>;
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
 
     GrowableFloats() = default;
-    explicit GrowableFloats(size_type size) { resize(size); }
-    GrowableFloats(size_type size, float value) : GrowableFloats(size) {
+    explicit GrowableFloats(std::size_t count) { resize(count); }
+    GrowableFloats(std::size_t count, float value) : GrowableFloats(count) {
         std::fill(begin(), end(), value);
     }
-    GrowableFloats(const GrowableFloats& other) : GrowableFloats(other.count) {
+    GrowableFloats(const GrowableFloats& other) : GrowableFloats(other.size()) {
         std::copy(other.begin(), other.end(), begin());
     }
-    GrowableFloats(GrowableFloats&& other) noexcept { swap(other); }
+    GrowableFloats(GrowableFloats&& other) noexcept { std::swap(floats(), other.floats()); }
     GrowableFloats& operator=(GrowableFloats other) noexcept {
-        swap(other);
+        std::swap(floats(), other.floats());
         return *this;
     }
-    ~GrowableFloats() { std::free(values); }
+    ~GrowableFloats() { std::free(data()); }
 
     /// Throws std::bad_alloc and then changes nothing.
-    void resize(size_type size) {
-        if (size == 0) {
-            std::free(std::exchange(values, nullptr));
-        } else if (size != count) {
-            void* moved = size <= maxSize ? std::realloc(values, size * sizeof(float)) : nullptr;
+    void resize(std::size_t count) {
+        if (count == 0) {
+            std::free(data());
+            floats() = {};
+        } else if (count != size()) {
+            void* const moved =
+                count <= maxCount ? std::realloc(data(), count * sizeof(float)) : nullptr;
             if (moved == nullptr) {
                 throw std::bad_alloc();
             }
-            values = static_cast<float*>(moved);
-            preferLargePages(values, size * sizeof(float));
+            preferLargePages(moved, count * sizeof(float));
+            floats() = {static_cast<float*>(moved), count};
         }
-        count = size;
     }
-
-    size_type size() const { return count; }
-    bool empty() const { return count == 0; }
-    pointer data() { return values; }
-    const_pointer data() const { return values; }
-    iterator begin() { return values; }
-    iterator end() { return values + count; }
-    const_iterator begin() const { return values; }
-    const_iterator end() const { return values + count; }
-    const_iterator cbegin() const { return values; }
-    const_iterator cend() const { return values + count; }
-    reference operator[](size_type i) { return values[i]; }
-    const_reference operator[](size_type i) const { return values[i]; }
 
   private:
-    static constexpr size_type maxSize = PTRDIFF_MAX / sizeof(float);
+    static constexpr std::size_t maxCount = PTRDIFF_MAX / sizeof(float);
 
-    void swap(GrowableFloats& other) noexcept {
-        std::swap(values, other.values);
-        std::swap(count, other.count);
-    }
-
-    float* values = nullptr;
-    size_type count = 0;
+    std::span<float>& floats() { return *this; }
 };
 
 }  // namespace quillon

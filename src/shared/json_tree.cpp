@@ -29,7 +29,7 @@ void dropLastChild(json& container) {
 
 // A container that has been entered keeps the way back in the place of the child that is taken
 // apart, its last one. So no value is ever destroyed that has children.
-void dismantle(json& document) noexcept {
+void destroyIteratively(json& document) noexcept {
     json container = std::move(document);
     json parent;
     while (true) {

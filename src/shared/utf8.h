@@ -1,4 +1,4 @@
-// Well-formed UTF-8, character by character. The platforms' own decoders hang on the locale, and
+// Well-formed UTF-8, character by character. The platforms' own decoders depend on the locale, and
 // not all of them check what they read.
 #pragma once
 

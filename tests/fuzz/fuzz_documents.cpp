@@ -62,21 +62,21 @@ json chooseNumber(FuzzInput& input) {
     }
 }
 
-/// What makes a drawing untidy clears `isTidy`.
-json chooseVector(FuzzInput& input, std::size_t width, bool& isTidy) {
+/// What keeps a drawing from being well-formed clears `isWellFormed`.
+json chooseVector(FuzzInput& input, std::size_t width, bool& isWellFormed) {
     const std::size_t kind = input.choice(64);
     if (kind == 0) {
-        isTidy = false;
+        isWellFormed = false;
         return chooseLeaf(input);
     }
     std::vector<json> numbers(1 + input.choice(4));
     for (json& number : numbers) {
         number = chooseNumber(input);
         // JSON text knows no such number.
-        isTidy = isTidy && std::isfinite(number.get<double>());
+        isWellFormed = isWellFormed && std::isfinite(number.get<double>());
     }
     if (kind == 1) {
-        isTidy = false;
+        isWellFormed = false;
         width = input.choice(3) == 0 ? 0 : width - 1 + 2 * input.choice(2);
     }
     json vector = json::array();
@@ -84,11 +84,11 @@ json chooseVector(FuzzInput& input, std::size_t width, bool& isTidy) {
         vector.push_back(numbers[i % numbers.size()]);
     }
     if (kind == 2 && width > 0) {
-        isTidy = false;
+        isWellFormed = false;
         vector[input.byte() * width / 256] = chooseLeaf(input);
     }
     if (kind == 3) {
-        isTidy = false;
+        isWellFormed = false;
         json object = json::object();
         for (std::size_t i = 0; i < width; ++i) {
             object[std::to_string(i)] = vector[i];
@@ -98,40 +98,41 @@ json chooseVector(FuzzInput& input, std::size_t width, bool& isTidy) {
     return vector;
 }
 
-json chooseKey(FuzzInput& input, bool& isTidy) {
-    static const char* const tidy[] = {"n*a*1", "n*b*2", "m*a*0", "*c*0*further", "\xC3\x9C**"};
+json chooseKey(FuzzInput& input, bool& isWellFormed) {
+    static const char* const wellFormed[] = {"n*a*1", "n*b*2", "m*a*0", "*c*0*further",
+                                             "\xC3\x9C**"};
     const std::size_t kind = input.choice(64);
     if (kind == 0) {
-        isTidy = false;
+        isWellFormed = false;
         return chooseLeaf(input);
     }
     if (kind == 1) {
-        isTidy = false;
+        isWellFormed = false;
         return input.take(input.choice(12));
     }
-    return input.anyOf(tidy);
+    return input.anyOf(wellFormed);
 }
 
-json chooseDrawingTree(FuzzInput& input, bool& isTidy) {
+json chooseDrawingTree(FuzzInput& input, bool& isWellFormed) {
     json document = encodings({});
     const std::size_t blocks = input.choice(4);
     for (std::size_t i = 0; i < blocks; ++i) {
-        document["blocks"].push_back(chooseKey(input, isTidy));
-        document["shape"].push_back(chooseVector(input, 512, isTidy));
-        document["text"].push_back(chooseVector(input, 384, isTidy));
+        document["blocks"].push_back(chooseKey(input, isWellFormed));
+        document["shape"].push_back(chooseVector(input, 512, isWellFormed));
+        document["text"].push_back(chooseVector(input, 384, isWellFormed));
     }
     static const char* const members[] = {"blocks", "shape", "text"};
     switch (input.choice(32)) {
         case 0:
-            isTidy = false;
+            isWellFormed = false;
             document.erase(input.anyOf(members));
             break;
         case 1:
-            isTidy = false;
+            isWellFormed = false;
             document[input.anyOf(members)] = chooseLeaf(input);
             break;
         case 2:
-            isTidy = false;
+            isWellFormed = false;
             document[input.anyOf(members)].push_back(chooseLeaf(input));
             break;
         case 3:
@@ -219,15 +220,15 @@ template <class ChooseTree>
 FuzzDocument chooseDocument(FuzzInput& input, const ChooseTree& chooseTree) {
     FuzzDocument document;
     document.extension = input.anyOf(allExtensions);
-    document.isTidy = true;
-    const json tree = chooseTree(input, document.isTidy);
+    document.isWellFormed = true;
+    const json tree = chooseTree(input, document.isWellFormed);
     try {
         document.bytes = encodedInSomeWay(tree, document.extension, input);
     } catch (const json::exception&) {
-        document.isTidy = false;  // the format has no such value
+        document.isWellFormed = false;  // the format has no such value
     }
     if (changeBytes(input, document.bytes)) {
-        document.isTidy = false;
+        document.isWellFormed = false;
     }
     return document;
 }

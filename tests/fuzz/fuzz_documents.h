@@ -12,10 +12,10 @@ namespace quillon::test {
 struct FuzzDocument {
     std::string_view extension;
     std::string bytes;
-    bool isTidy = false;  // the straight road must take it
+    bool isWellFormed = false;  // the fast path must take it
 };
 
-/// A drawing of up to three blocks, nearly tidy, in one of the six formats and one of the ways
+/// A drawing of up to three blocks, nearly well-formed, in one of the six formats and one of the ways
 /// to write it. Some bytes may be changed. Vectors have their full width, but few different
 /// numbers, most of them of one byte.
 FuzzDocument chooseDrawing(FuzzInput& input);

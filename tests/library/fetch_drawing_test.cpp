@@ -1,4 +1,4 @@
-// Which road the encodings files of each format take, and what is fetched by either.
+// What is fetched from the encodings files of each format, well-formed or not.
 #include "library/fetch_drawing.h"
 
 #include <gtest/gtest.h>
@@ -19,22 +19,23 @@ namespace {
 
 using nlohmann::json;
 
-ListedDrawing fetched(const std::filesystem::path& path) {
-    FetchBuffers buffers;
-    return fetchDrawing(utf8FromPath(path), buffers);
+Drawing fetched(const std::filesystem::path& path) {
+    simdjson::dom::parser parser;
+    return fetchDrawing(utf8FromPath(path), parser);
 }
 
-void expectBlocks(const DrawingBlocks& blocks, const json& document) {
+void expectBlocks(const Drawing& blocks, const json& document) {
     const std::size_t count = document["blocks"].size();
     ASSERT_EQ(blocks.blocks.size(), count);
     EXPECT_EQ(blocks.shapes.rowCount(), count);
     EXPECT_EQ(blocks.texts.rowCount(), count);
-    EXPECT_EQ(blocks.remarks, "");
+    EXPECT_EQ(blocks.diagnostics, "");
     EXPECT_FALSE(blocks.failure);
     EXPECT_FALSE(blocks.isNull);
+    EXPECT_TRUE(blocks.isReadable);
     for (std::size_t i = 0; i < count; ++i) {
         EXPECT_EQ(blocks.blocks[i].key, document["blocks"][i].get<std::string>());
-        EXPECT_EQ(blocks.blocks[i].remarks, "");
+        EXPECT_EQ(blocks.blocks[i].diagnostics, "");
         for (std::size_t c = 0; c < 512; ++c) {
             EXPECT_EQ(blocks.shapes.row(i)[c], document["shape"][i][c].get<float>());
         }
@@ -44,53 +45,47 @@ void expectBlocks(const DrawingBlocks& blocks, const json& document) {
     }
 }
 
-TEST(FetchDrawing, TidyFilesOfEveryFormatTakeTheStraightRoad) {
+TEST(FetchDrawing, TakesWellFormedFilesOfEveryFormat) {
     std::mt19937 random(1);
     const TempFolder folder;
     for (const std::string_view extension : allExtensions) {
         SCOPED_TRACE(extension);
-        const json document = tidyDocument(random);
+        const json document = wellFormedDocument(random);
         const auto path =
-            folder.write("tidy" + std::string(extension), encoded(document, extension));
-        const ListedDrawing drawing = fetched(path);
-        EXPECT_EQ(drawing.road, Road::straight);
+            folder.write("well-formed" + std::string(extension), encoded(document, extension));
+        const Drawing drawing = fetched(path);
         EXPECT_EQ(*drawing.path, path);
-        EXPECT_FALSE(drawing.failure);
-        expectBlocks(drawing.blocks, document);
+        expectBlocks(drawing, document);
     }
 }
 
-TEST(FetchDrawing, UntidyFilesOfEveryFormatTakeTheTreeRoad) {
+TEST(FetchDrawing, TakesOtherFilesOfEveryFormat) {
     std::mt19937 random(2);
     const TempFolder folder;
     for (const std::string_view extension : allExtensions) {
         SCOPED_TRACE(extension);
-        const json good = tidyDocument(random);
+        const json good = wellFormedDocument(random);
         json document = good;
         document["blocks"].push_back("no fields");
         document["shape"].push_back(document["shape"][0]);
         document["text"].push_back(document["text"][0]);
-        const ListedDrawing drawing =
-            fetched(folder.write("untidy" + std::string(extension), encoded(document, extension)));
-        EXPECT_EQ(drawing.road, Road::tree);
-        EXPECT_EQ(drawing.blocks.remarks,
+        Drawing drawing =
+            fetched(folder.write("other" + std::string(extension), encoded(document, extension)));
+        EXPECT_EQ(drawing.diagnostics,
                   "Warning: block key with fewer than three fields: no fields\n");
-        DrawingBlocks blocks;
-        blocks.blocks = drawing.blocks.blocks;
-        blocks.shapes = drawing.blocks.shapes;
-        blocks.texts = drawing.blocks.texts;
-        expectBlocks(blocks, good);
+        drawing.diagnostics.clear();
+        expectBlocks(drawing, good);
     }
 }
 
-/// Buffers that have held a larger file leave nothing of it behind.
-TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
+/// A parser that has held a larger file leaves nothing of it behind.
+TEST(FetchDrawing, OneParserServesOneFileAfterTheOther) {
     std::mt19937 random(3);
     const TempFolder folder;
-    FetchBuffers buffers;
+    simdjson::dom::parser parser;
     for (int round = 0; round < 3; ++round) {
         for (const std::string_view extension : allExtensions) {
-            json document = tidyDocument(random);
+            json document = wellFormedDocument(random);
             while (document["blocks"].size() > (round == 0 ? 4U : 1U)) {
                 for (const char* member : {"blocks", "shape", "text"}) {
                     document[member].erase(document[member].size() - 1);
@@ -98,26 +93,25 @@ TEST(FetchDrawing, BuffersServeOneFileAfterTheOther) {
             }
             const auto path =
                 folder.write("file" + std::string(extension), encoded(document, extension));
-            const ListedDrawing drawing = fetchDrawing(utf8FromPath(path), buffers);
-            EXPECT_EQ(drawing.road, Road::straight);
-            expectBlocks(drawing.blocks, document);
+            const Drawing drawing = fetchDrawing(utf8FromPath(path), parser);
+            expectBlocks(drawing, document);
         }
     }
 }
 
 TEST(FetchDrawing, FailsForWhatIsNoReadableFile) {
     const TempFolder folder;
-    FetchBuffers buffers;
-    EXPECT_EQ(thrownText<json::type_error>([&] { fetchDrawing(7, buffers); }), noString("number"));
+    simdjson::dom::parser parser;
+    EXPECT_EQ(thrownText<json::type_error>([&] { fetchDrawing(7, parser); }), noString("number"));
     const std::string missing = utf8FromPath(folder.path() / "missing.cbor");
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(missing, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(missing, parser); }),
               "fail to open input file: " + missing);
     const std::string unknown = utf8FromPath(folder.write("a.txt", json::object()));
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(unknown, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(unknown, parser); }),
               "Unknown input file format! " + unknown);
     const std::string inner = utf8FromPath(folder.path() / "folder.json");
     std::filesystem::create_directory(folder.path() / "folder.json");
-    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(inner, buffers); }),
+    EXPECT_EQ(thrownText<std::runtime_error>([&] { fetchDrawing(inner, parser); }),
               "fail to open input file: " + inner);
 }
 

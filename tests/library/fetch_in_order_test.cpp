@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "library/fetch_drawing.h"
 #include "shared/utf8_path.h"
 #include "support/documents.h"
 #include "support/failure_texts.h"
@@ -45,20 +45,20 @@ TEST(FetchInOrder, HandsEveryDrawingOverInTheListsOrder) {
         const TempFolder folder;
         const json files = listOfDrawings(folder, missing);
         std::size_t index = 0;
-        FetchBuffers buffers;
-        fetchInOrder(files, [&](ListedDrawing&& drawing) {
+        simdjson::dom::parser parser;
+        fetchInOrder(files, [&](Drawing&& drawing) {
             for (int i = 0; i < 4; ++i) {
-                fetchDrawing(files[7], buffers);
+                fetchDrawing(files[7], parser);
             }
             if (index % 8 < missing) {
-                ASSERT_TRUE(drawing.failure) << index;
+                ASSERT_TRUE(drawing.failure && !drawing.isReadable) << index;
                 EXPECT_EQ(thrownText<std::runtime_error>(
                               [&] { std::rethrow_exception(drawing.failure); }),
                           "fail to open input file: " + files[index].get<std::string>());
             } else {
                 ASSERT_FALSE(drawing.failure) << index;
-                ASSERT_EQ(drawing.blocks.blocks.size(), 1U);
-                EXPECT_EQ(drawing.blocks.blocks[0].key, "n*" + std::to_string(index) + "*h");
+                ASSERT_EQ(drawing.blocks.size(), 1U);
+                EXPECT_EQ(drawing.blocks[0].key, "n*" + std::to_string(index) + "*h");
                 EXPECT_EQ(utf8FromPath(*drawing.path), files[index]);
             }
             ++index;
@@ -73,7 +73,7 @@ TEST(FetchInOrder, WhatIsThrownOnTheWayEndsIt) {
     for (const std::size_t last : {0U, 1U, 500U, 2999U}) {
         std::size_t index = 0;
         EXPECT_EQ(thrownText<std::runtime_error>([&] {
-                      fetchInOrder(files, [&](ListedDrawing&&) {
+                      fetchInOrder(files, [&](Drawing&&) {
                           if (index == last) {
                               throw std::runtime_error("enough");
                           }
@@ -88,16 +88,16 @@ TEST(FetchInOrder, WhatIsThrownOnTheWayEndsIt) {
 /// Consumes many drawings, slowly, and writes each of them anew `ahead` drawings before its turn:
 /// it must not have been fetched by then, or it comes as it was before.
 void expectNoneFetchedEarlier(std::size_t ahead, const json& early, const json& late,
-                              const std::function<void(const DrawingBlocks&)>& expectLate) {
+                              const std::function<void(const Drawing&)>& expectLate) {
     const TempFolder folder;
     json files = json::array();
     for (std::size_t i = 0; i < drawingCount; ++i) {
         files.push_back(utf8FromPath(folder.write(drawingName(i), i < ahead ? late : early)));
     }
     std::size_t index = 0;
-    fetchInOrder(files, [&](ListedDrawing&& drawing) {
+    fetchInOrder(files, [&](Drawing&& drawing) {
         SCOPED_TRACE(index);
-        expectLate(drawing.blocks);
+        expectLate(drawing);
         if (index + ahead < drawingCount) {
             folder.write(drawingName(index + ahead), late);
         }
@@ -111,24 +111,24 @@ TEST(FetchInOrder, NoMoreDrawingsWaitThanMay) {
     const auto rejected = [](const char* key) {
         return json{{"blocks", {key}}, {"shape", {0}}, {"text", {0}}};
     };
-    expectNoneFetchedEarlier(maxWaitingDrawings + 1, rejected("early"), rejected("late"),
-                             [](const DrawingBlocks& drawing) {
-                                 EXPECT_EQ(drawing.remarks, "Invalid shape vector for \"late\"\n");
-                             });
+    expectNoneFetchedEarlier(
+        maxDrawingsInFlight + 1, rejected("early"), rejected("late"), [](const Drawing& drawing) {
+            EXPECT_EQ(drawing.diagnostics, "Invalid shape vector for \"late\"\n");
+        });
 }
 
+/// The limit in drawings, and one for each that may be decoded when the limit is reached.
 TEST(FetchInOrder, NoMoreBytesWaitThanMay) {
     const std::size_t bytesOfDrawing = [] {
-        DrawingBlocks drawing;
+        Drawing drawing;
         drawing.shapes.append();
         drawing.texts.append();
         return drawing.shapes.capacityBytes() + drawing.texts.capacityBytes();
     }();
-    const std::size_t ahead =
-        maxWaitingBytes / bytesOfDrawing + std::thread::hardware_concurrency() + 2;
-    ASSERT_LT(ahead, maxWaitingDrawings);
+    const std::size_t ahead = maxBytesInFlight / bytesOfDrawing + maxReaders + 2;
+    ASSERT_LT(ahead, maxDrawingsInFlight);
     expectNoneFetchedEarlier(ahead, encodings({{"early*E*1", 1.0}}), encodings({{"late*L*1", 1.0}}),
-                             [](const DrawingBlocks& drawing) {
+                             [](const Drawing& drawing) {
                                  ASSERT_EQ(drawing.blocks.size(), 1U);
                                  EXPECT_EQ(drawing.blocks[0].key, "late*L*1");
                              });

@@ -1,5 +1,5 @@
 // The load against the plain one that holds every file as a tree: rows, records, counts, console
-// and exception must be the same for tidy and untidy documents, in every format and either
+// and exception must be the same for well-formed and other documents, in every format and either
 // mode.
 #include <gtest/gtest.h>
 
@@ -62,7 +62,7 @@ void expectSameLoads(const std::filesystem::path& list, const std::string& label
             const LoadOutcome plain = outcomeOf([&](BlockLibrary& library) {
                 reference::loadBlockLibrary(list, parallelLoad, dedupe, library);
             });
-            const std::string where = label + (parallelLoad ? ", parallel" : ", one at a time") +
+            const std::string where = label + (parallelLoad ? ", parallel" : ", sequential") +
                                       (dedupe ? "" : ", no dedup");
             for (const KeptSides kept : {KeptSides{}, {true, false}, {false, true}}) {
                 SCOPED_TRACE(where + (kept.shape ? "" : ", no shapes") +
@@ -93,31 +93,31 @@ class LibraryFolder {
     json files = json::array();
 };
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnTidyDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnWellFormedDocuments) {
     std::mt19937 random(1);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 12; ++repeat) {
             LibraryFolder folder;
             for (int file = 0; file < 5; ++file) {
-                folder.add(extension, encoded(tidyDocument(random), extension));
+                folder.add(extension, encoded(wellFormedDocument(random), extension));
             }
             expectSameLoads(folder.list(), std::string(extension));
         }
     }
 }
 
-TEST(LoadBlockLibrary, EqualsThePlainLoadOnUntidyDocuments) {
+TEST(LoadBlockLibrary, EqualsThePlainLoadOnOtherDocuments) {
     std::mt19937 random(2);
-    for (std::size_t kind = 0; kind < untidinessCount; ++kind) {
+    for (std::size_t kind = 0; kind < illFormedCount; ++kind) {
         for (const std::string_view extension : allExtensions) {
             for (int repeat = 0; repeat < 3; ++repeat) {
-                json untidy = tidyDocument(random);
-                const std::string name = makeUntidy(untidy, kind, random);
+                json other = wellFormedDocument(random);
+                const std::string name = makeIllFormed(other, kind, random);
                 // Among good files, so that what stands before and behind it counts too.
                 LibraryFolder folder;
-                folder.add(".json", encoded(tidyDocument(random), ".json"));
-                folder.add(extension, encoded(untidy, extension));
-                folder.add(".cbor", encoded(tidyDocument(random), ".cbor"));
+                folder.add(".json", encoded(wellFormedDocument(random), ".json"));
+                folder.add(extension, encoded(other, extension));
+                folder.add(".cbor", encoded(wellFormedDocument(random), ".cbor"));
                 folder.addMissing("missing.json");
                 expectSameLoads(folder.list(), name + ", " + std::string(extension));
             }
@@ -129,11 +129,11 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedText) {
     std::mt19937 random(3);
     for (std::size_t kind = 0; kind < damageCount; ++kind) {
         for (int repeat = 0; repeat < 10; ++repeat) {
-            std::string text = encoded(tidyDocument(random), ".json");
+            std::string text = encoded(wellFormedDocument(random), ".json");
             const std::string name = damageText(text, kind, random);
             LibraryFolder folder;
             folder.add(".json", text);
-            folder.add(".json", encoded(tidyDocument(random), ".json"));
+            folder.add(".json", encoded(wellFormedDocument(random), ".json"));
             expectSameLoads(folder.list(), name);
         }
     }
@@ -143,7 +143,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
     std::mt19937 random(4);
     for (const std::string_view extension : allExtensions) {
         for (int repeat = 0; repeat < 40; ++repeat) {
-            std::string bytes = encoded(tidyDocument(random), extension);
+            std::string bytes = encoded(wellFormedDocument(random), extension);
             // The structure stands in the first bytes and around the vectors' ends.
             const std::size_t place = random() % (repeat % 2 == 0 ? 64 : bytes.size());
             bytes[place] = static_cast<char>(random());
@@ -152,7 +152,7 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnDamagedBytes) {
             }
             LibraryFolder folder;
             folder.add(extension, bytes);
-            folder.add(".msgpack", encoded(tidyDocument(random), ".msgpack"));
+            folder.add(".msgpack", encoded(wellFormedDocument(random), ".msgpack"));
             expectSameLoads(folder.list(), std::string(extension) + " byte " +
                                                std::to_string(place) + " repeat " +
                                                std::to_string(repeat));
@@ -166,9 +166,9 @@ TEST(LoadBlockLibrary, EqualsThePlainLoadOnMixedLibraries) {
         LibraryFolder folder;
         for (int file = 0; file < 8; ++file) {
             const std::string_view extension = allExtensions[random() % allExtensions.size()];
-            json document = tidyDocument(random);
+            json document = wellFormedDocument(random);
             if (random() % 4 == 0) {
-                makeUntidy(document, random() % untidinessCount, random);
+                makeIllFormed(document, random() % illFormedCount, random);
             }
             folder.add(extension, encoded(document, extension));
         }

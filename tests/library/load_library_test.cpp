@@ -37,7 +37,7 @@ template <class Exception>
 void expectFailure(const std::filesystem::path& list, const std::string& text,
                    const std::string& printed) {
     for (const bool mode : {parallel, oneAtATime}) {
-        SCOPED_TRACE(mode ? "parallel" : "one at a time");
+        SCOPED_TRACE(mode ? "parallel" : "sequential");
         BlockLibrary library;
         const ConsoleCapture console;
         EXPECT_EQ(thrownText<Exception>([&] { loadBlockLibrary(list, mode, true, library); }),

@@ -29,8 +29,8 @@ using namespace test;
 using Fields = std::vector<std::string>;
 
 /// Blocks whose vectors begin with 1, 2, 3 ... in the shape and -1, -2, -3 ... in the text.
-DrawingBlocks drawingOf(const std::vector<std::string>& keys) {
-    DrawingBlocks drawing;
+Drawing drawingOf(const std::vector<std::string>& keys) {
+    Drawing drawing;
     for (const std::string& key : keys) {
         drawing.blocks.emplace_back().key = key;
         const auto mark = static_cast<float>(drawing.blocks.size());
@@ -48,13 +48,13 @@ std::exception_ptr failureOf(const char* text) {
 struct Merged {
     MergeState state;
     std::vector<BlockRecord> records;
-    std::string remarks;
+    std::string diagnostics;
     std::string failure;
 
-    void add(DrawingBlocks drawing, bool dedupe = true) {
-        const auto path = std::make_shared<const std::filesystem::path>("a.json");
+    void add(Drawing drawing, bool dedupe = true) {
+        drawing.path = std::make_shared<const std::filesystem::path>("a.json");
         try {
-            addDrawingBlocks(std::move(drawing), path, dedupe, state, records, remarks);
+            addDrawingBlocks(std::move(drawing), dedupe, state, records, diagnostics);
         } catch (const std::runtime_error& exception) {
             failure = exception.what();
         }
@@ -67,55 +67,6 @@ struct Merged {
         return all;
     }
 };
-
-TEST(ExpectMoreOfTheSame, MakesRoomForTheWholeListAtOnceButNotForManyTimesTheRows) {
-    struct Case {
-        std::size_t merged;
-        std::size_t listed;
-        std::size_t capacity;  // once 32,768 rows are full
-    };
-    for (const Case& expected : {Case{1, 2, 69632}, Case{7, 7, 49153}, Case{1, 100, 262144}}) {
-        MergeState state;
-        state.shapes.expect(32768);
-        state.texts.expect(32768);
-        for (std::size_t i = 0; i < 32768; ++i) {
-            state.shapes.append();
-            state.texts.append();
-        }
-        state.uniqueCount = 32768;
-        expectMoreOfTheSame(expected.merged, expected.listed, state);
-        state.shapes.append();
-        state.texts.append();
-        EXPECT_EQ(state.shapes.capacityBytes(), expected.capacity * 512 * sizeof(float));
-        EXPECT_EQ(state.texts.capacityBytes(), expected.capacity * 384 * sizeof(float));
-    }
-}
-
-TEST(ExpectMoreOfTheSame, HasLittleRoomForSmallLibrariesAndMuchForAllOthers) {
-    struct Case {
-        std::uint64_t blocks;
-        std::size_t capacity;
-    };
-    for (const Case& expected :
-         {Case{0, 1024}, Case{1, 1024}, Case{511, 1085}, Case{512, 32768}, Case{4096, 32768}}) {
-        MergeState state;
-        state.uniqueCount = expected.blocks;
-        expectMoreOfTheSame(1, 2, state);
-        state.shapes.append();
-        state.texts.append();
-        EXPECT_EQ(state.shapes.capacityBytes(), expected.capacity * 512 * sizeof(float));
-        EXPECT_EQ(state.texts.capacityBytes(), expected.capacity * 384 * sizeof(float));
-    }
-}
-
-// Large pages are for arrays of 4 MiB and more.
-TEST(MergeState, StartsWithRoomThatTakesNoLargePages) {
-    MergeState state;
-    state.shapes.append();
-    state.texts.append();
-    EXPECT_EQ(state.shapes.capacityBytes(), 1024 * 512 * sizeof(float));
-    EXPECT_EQ(state.texts.capacityBytes(), 1024 * 384 * sizeof(float));
-}
 
 TEST(MergeOfDrawings, RowsRecordsAndCountsGoTogether) {
     Merged merged;
@@ -137,48 +88,49 @@ TEST(MergeOfDrawings, ASideThatIsNotKeptHasNoRows) {
         EXPECT_EQ(merged.state.shapes.rowCount(), kept.shape ? 2U : 0U);
         EXPECT_EQ(merged.state.texts.rowCount(), kept.text ? 2U : 0U);
 
-        DrawingBlocks drawing = drawingOf({"c*C*3"});
-        (kept.shape ? drawing.blocks[0].textFault : drawing.blocks[0].shapeFault) =
-            failureOf("no number");
+        Drawing drawing = drawingOf({"c*C*3"});
+        drawing.blocks[0].failure = failureOf("no number");
+        drawing.blocks[0].hasShape = kept.shape;
         merged.add(std::move(drawing));
         EXPECT_EQ(merged.failure, "no number");
         EXPECT_EQ(merged.state.uniqueCount, 2U);
     }
 }
 
-TEST(MergeOfDrawings, RemarksComeInTheirOrderUpToTheFailure) {
+TEST(MergeOfDrawings, PrintsDiagnosticsInOrderUpToTheFailure) {
     Merged merged;
-    DrawingBlocks drawing = drawingOf({"a*A*1", "b*B*2", "zero*Z*0"});
-    drawing.blocks[0].remarks = "before a\n";
-    drawing.blocks[1].remarks = "before b\n";
-    drawing.remarks = "behind\n";
+    Drawing drawing = drawingOf({"a*A*1", "b*B*2", "zero*Z*0"});
+    drawing.blocks[0].diagnostics = "before a\n";
+    drawing.blocks[1].diagnostics = "before b\n";
+    drawing.diagnostics = "behind\n";
     drawing.failure = failureOf("broken off");
-    merged.remarks = "earlier\n";
+    merged.diagnostics = "earlier\n";
     merged.add(std::move(drawing));
-    EXPECT_EQ(merged.remarks, "earlier\nbefore a\nbefore b\nbehind\n");
+    EXPECT_EQ(merged.diagnostics, "earlier\nbefore a\nbefore b\nbehind\n");
     EXPECT_EQ(merged.failure, "broken off");
     EXPECT_EQ(merged.keys(), (Fields{"a*A*1", "b*B*2"}));
     EXPECT_EQ(merged.state.uniqueCount, 2U);
 
     merged = {};
     drawing = drawingOf({"a*A*1", "b*B*2"});
-    drawing.blocks[0].shapeFault = failureOf("no number");
-    drawing.blocks[1].remarks = "never seen\n";
+    drawing.blocks[0].failure = failureOf("no number");
+    drawing.blocks[0].hasShape = false;
+    drawing.blocks[1].diagnostics = "never seen\n";
     merged.add(std::move(drawing));
     EXPECT_EQ(merged.failure, "no number");
-    EXPECT_EQ(merged.remarks, "");
+    EXPECT_EQ(merged.diagnostics, "");
 }
 
-TEST(MergeOfDrawings, AFaultLeavesWhatWentInBeforeIt) {
+TEST(MergeOfDrawings, KeepsWhatWentInBeforeAFailure) {
     struct Case {
         bool isShape;
         std::size_t shapes;
     };
     for (const auto& [isShape, shapes] : {Case{true, 0}, Case{false, 1}}) {
         Merged merged;
-        DrawingBlocks drawing = drawingOf({"a*A*1"});
-        (isShape ? drawing.blocks[0].shapeFault : drawing.blocks[0].textFault) =
-            failureOf("no number");
+        Drawing drawing = drawingOf({"a*A*1"});
+        drawing.blocks[0].failure = failureOf("no number");
+        drawing.blocks[0].hasShape = !isShape;
         merged.add(std::move(drawing));
         EXPECT_EQ(merged.failure, "no number");
         EXPECT_EQ(merged.keys(), Fields{"a*A*1"});
@@ -189,12 +141,12 @@ TEST(MergeOfDrawings, AFaultLeavesWhatWentInBeforeIt) {
     }
 }
 
-TEST(MergeOfDrawings, AFaultOfADuplicateIsNeverMet) {
+TEST(MergeOfDrawings, IgnoresAFailureOfADuplicate) {
     for (const bool dedupe : {true, false}) {
         Merged merged;
         merged.add(drawingOf({"a*A*1"}));
-        DrawingBlocks drawing = drawingOf({"b*A*1"});
-        drawing.blocks[0].shapeFault = failureOf("no number");
+        Drawing drawing = drawingOf({"b*A*1"});
+        drawing.blocks[0].failure = failureOf("no number");
         merged.add(std::move(drawing), dedupe);
         EXPECT_EQ(merged.failure, dedupe ? "" : "no number");
         EXPECT_EQ(merged.state.duplicateCount, dedupe ? 1U : 0U);

@@ -1,5 +1,5 @@
 // Encodings files that parse but are not what they should be: such a file ends the parallel load,
-// while the load one at a time survives it and keeps what was merged before.
+// while the sequential load survives it and keeps what was merged before.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>

@@ -12,34 +12,33 @@ namespace {
 
 using nlohmann::json;
 
-void expectDismantled(json document) {
-    refuseMemory(0);
-    dismantle(document);
+void expectDestroyed(json document) {
+    failAllocations(0);
+    destroyIteratively(document);
     const bool isNull = document.is_null();
-    EXPECT_FALSE(grantMemory());
+    EXPECT_FALSE(allowAllocations());
     EXPECT_TRUE(isNull);
 }
 
-TEST(Dismantle, EmptiesLeavesAndContainers) {
-    expectDismantled(nullptr);
-    expectDismantled("a text that lies outside its value");
-    expectDismantled(json::array());
-    expectDismantled(json::object());
-    expectDismantled(
-        {1, "two", {3, {{"four", {5, json::array(), json::object()}}, {"six", 7}}, 8}});
-    expectDismantled({{"a", {{"b", {{"c", nullptr}}}, {"d", {1, {2, {3}}}}}}, {"e", {{{"f", 1}}}}});
-    expectDismantled(json::binary({1, 2, 3}));
+TEST(DestroyIteratively, EmptiesLeavesAndContainers) {
+    expectDestroyed(nullptr);
+    expectDestroyed("a text that lies outside its value");
+    expectDestroyed(json::array());
+    expectDestroyed(json::object());
+    expectDestroyed({1, "two", {3, {{"four", {5, json::array(), json::object()}}, {"six", 7}}, 8}});
+    expectDestroyed({{"a", {{"b", {{"c", nullptr}}}, {"d", {1, {2, {3}}}}}}, {"e", {{{"f", 1}}}}});
+    expectDestroyed(json::binary({1, 2, 3}));
 }
 
-TEST(Dismantle, EmptiesWideDocuments) {
+TEST(DestroyIteratively, EmptiesWideDocuments) {
     json document = json::array();
     for (int i = 0; i < 20000; ++i) {
         document.push_back({{"name", "a text that lies outside its value"}, {"row", {i, {i}, i}}});
     }
-    expectDismantled(std::move(document));
+    expectDestroyed(std::move(document));
 }
 
-TEST(Dismantle, EmptiesDeepDocuments) {
+TEST(DestroyIteratively, EmptiesDeepDocuments) {
     json document;
     for (int i = 0; i < 200000; ++i) {
         json outer = i % 2 == 0 ? json::array() : json::object();
@@ -51,15 +50,15 @@ TEST(Dismantle, EmptiesDeepDocuments) {
         }
         document = std::move(outer);
     }
-    expectDismantled(std::move(document));
+    expectDestroyed(std::move(document));
 }
 
-TEST(JsonTree, DismantlesInTheEnd) {
+TEST(JsonTree, DestroysIteratively) {
     {
         JsonTree document(json{{"a", {1, {2, 3}}}});
-        refuseMemory(0);
+        failAllocations(0);
     }
-    EXPECT_FALSE(grantMemory());
+    EXPECT_FALSE(allowAllocations());
 }
 
 }  // namespace

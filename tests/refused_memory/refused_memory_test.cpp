@@ -1,4 +1,4 @@
-// Whole runs in which a request for memory is refused, each in turn: they end with the right result
+// Whole runs in which allocations fail, each in turn: they end with the right result
 // or with std::bad_alloc, and never in another way.
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 #include "refused_memory/refusing_allocator.h"
 #include "run/run.h"
 #include "search/single_side.h"
@@ -61,14 +61,14 @@ std::string textOf(const std::exception_ptr& failure) {
     }
 }
 
-/// A query, and a list of drawings of all formats, tidy and not.
+/// A query, and a list of drawings of all formats, well-formed and not.
 void writeQueryAndLibrary(const TempFolder& folder) {
     std::vector<std::string> files;
-    const auto add = [&](const std::string& extension, bool isTidy) {
+    const auto add = [&](const std::string& extension, bool isWellFormed) {
         const std::string number = std::to_string(files.size());
         const double mark = 1.0 + static_cast<double>(files.size()) / 64;
         json document = encodings({{"n*a" + number + "*1", mark}, {"n*b" + number + "*0", -mark}});
-        if (!isTidy) {
+        if (!isWellFormed) {
             document["text"][0].push_back(1);
         }
         files.push_back(
@@ -97,19 +97,19 @@ std::vector<std::string> argumentsFor(const TempFolder& folder, const std::strin
     return arguments;
 }
 
-/// One run, in which `count` requests from number `first` on are refused.
-Outcome runRefused(const TempFolder& folder, const std::vector<std::string>& arguments,
-                   std::size_t first, std::size_t count, bool& hasRefused) {
+/// One run, in which `count` requests from number `first` on fail.
+Outcome runWithFailures(const TempFolder& folder, const std::vector<std::string>& arguments,
+                        std::size_t first, std::size_t count, bool& hasFailed) {
     Outcome outcome;
     PrintedText printed;
     std::exception_ptr failure;
-    refuseMemory(first, count);
+    failAllocations(first, count);
     try {
         EXPECT_EQ(run(arguments), 0);
     } catch (...) {
         failure = std::current_exception();
     }
-    hasRefused = grantMemory();
+    hasFailed = allowAllocations();
     outcome.console = maskTimes(printed.whole());
     if (failure) {
         outcome.failure = textOf(failure);
@@ -118,29 +118,29 @@ Outcome runRefused(const TempFolder& folder, const std::vector<std::string>& arg
     return outcome;
 }
 
-/// Refuses requests from each number on, until a run asks for fewer. Returns how many runs had the
+/// Has requests fail from each number on, until a run makes fewer. Returns how many runs had the
 /// right result still.
 std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::size_t count) {
     const TempFolder folder;
     writeQueryAndLibrary(folder);
     const std::vector<std::string> arguments = argumentsFor(folder, method, parallelLoad);
-    bool hasRefused = false;
-    const Outcome right = runRefused(folder, arguments, 0, 0, hasRefused);
-    EXPECT_FALSE(hasRefused);
+    bool hasFailed = false;
+    const Outcome right = runWithFailures(folder, arguments, 0, 0, hasFailed);
+    EXPECT_FALSE(hasFailed);
     EXPECT_EQ(right.failure, "");
     EXPECT_TRUE(right.console.ends_with("Quillon engine run successfully!\n")) << right.console;
     EXPECT_GT(json::parse(right.result).at("blocks").size(), 2U);
 
     std::size_t first = 0;
     std::size_t madeUpFor = 0;
-    for (hasRefused = true; hasRefused; ++first) {
-        const Outcome outcome = runRefused(folder, arguments, first, count, hasRefused);
+    for (hasFailed = true; hasFailed; ++first) {
+        const Outcome outcome = runWithFailures(folder, arguments, first, count, hasFailed);
         if (outcome.failure.empty()) {
-            madeUpFor += hasRefused ? 1 : 0;
+            madeUpFor += hasFailed ? 1 : 0;
             EXPECT_EQ(outcome.console, right.console) << "request " << first;
             EXPECT_EQ(outcome.result, right.result) << "request " << first;
         } else {
-            EXPECT_TRUE(hasRefused);
+            EXPECT_TRUE(hasFailed);
             EXPECT_EQ(outcome.failure, "std::bad_alloc") << "request " << first;
         }
     }
@@ -148,48 +148,48 @@ std::size_t expectCleanEnds(const std::string& method, bool parallelLoad, std::s
     return madeUpFor;
 }
 
-TEST(TidyJsonBlocks, MayBeRefusedMemoryAndReadAgain) {
+TEST(ReadJsonFast, ReadsAgainAfterAnAllocationFailure) {
     std::mt19937 random(1);
-    std::string bytes = tidyDocument(random).dump();
+    std::string bytes = wellFormedDocument(random).dump();
     const std::size_t size = bytes.size();
     bytes.resize(size + simdjson::SIMDJSON_PADDING);
     const std::string_view text(bytes.data(), size);
     std::size_t first = 0;
-    for (bool hasRefused = true; hasRefused; ++first) {
+    for (bool hasFailed = true; hasFailed; ++first) {
         simdjson::dom::parser parser;
         bool isTaken = false;
-        refuseMemory(first, 1);
+        failAllocations(first, 1);
         try {
-            isTaken = tidyJsonBlocks(text, parser).has_value();
+            isTaken = readJsonFast(text, parser).has_value();
         } catch (const std::bad_alloc&) {
             isTaken = false;
         }
-        hasRefused = grantMemory();
-        EXPECT_NE(isTaken, hasRefused) << "request " << first;
-        EXPECT_TRUE(tidyJsonBlocks(text, parser)) << "request " << first;
+        hasFailed = allowAllocations();
+        EXPECT_NE(isTaken, hasFailed) << "request " << first;
+        EXPECT_TRUE(readJsonFast(text, parser)) << "request " << first;
     }
     EXPECT_GT(first, 10U);
 }
 
-// From 100 hits on the index's own search asks for memory where a refusal ends the process.
-TEST(SearchByText, MayBeRefusedMemoryForManyHits) {
+// Many hits take memory of their own.
+TEST(SearchByText, SurvivesAllocationFailuresForManyHits) {
     FeatureMatrix rows = FeatureMatrix::from_shape({150, 4});
     std::iota(rows.begin(), rows.end(), 0.0F);
     FeatureMatrix query = FeatureMatrix::from_shape({1, 4});
     query.fill(0.0F);
     std::size_t first = 0;
-    for (bool hasRefused = true; hasRefused; ++first) {
+    for (bool hasFailed = true; hasFailed; ++first) {
         std::vector<SearchResult> hits;
-        bool isRefused = false;
-        refuseMemory(first, 1);
+        bool isFailing = false;
+        failAllocations(first, 1);
         try {
             searchByText(120, query, rows, -1e9F, hits);
         } catch (const std::bad_alloc&) {
-            isRefused = true;
+            isFailing = true;
         }
-        hasRefused = grantMemory();
-        EXPECT_EQ(isRefused, hasRefused) << "request " << first;
-        EXPECT_TRUE(isRefused || hits.size() == 120U) << "request " << first;
+        hasFailed = allowAllocations();
+        EXPECT_EQ(isFailing, hasFailed) << "request " << first;
+        EXPECT_TRUE(isFailing || hits.size() == 120U) << "request " << first;
     }
     EXPECT_GT(first, 4U);
 }

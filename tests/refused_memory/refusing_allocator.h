@@ -1,4 +1,4 @@
-// The memory of this test program: it is there until a test has it refused.
+// The memory of this test program. A test chooses which allocations fail.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,11 @@ namespace quillon::test {
 
 inline constexpr std::size_t allRequests = std::numeric_limits<std::size_t>::max();
 
-/// Refuses `count` requests from number `first` on, counted from here over all threads, 0 being the
-/// next one.
-void refuseMemory(std::size_t first, std::size_t count = allRequests);
+/// Has `count` requests fail, from number `first` on, counted from here over all threads, 0 being
+/// the next one.
+void failAllocations(std::size_t first, std::size_t count = allRequests);
 
-/// Grants every request again. Returns whether one has been refused.
-bool grantMemory();
+/// Lets every request succeed again. Returns whether one has failed.
+bool allowAllocations();
 
 }  // namespace quillon::test

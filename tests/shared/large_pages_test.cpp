@@ -75,12 +75,13 @@ TEST(PreferLargePages, ConcernsTheWholeOfAnArrayThatGrows) {
     GrowableFloats floats;
     for (const std::size_t mebibytes : {64U, 96U, 144U, 70U}) {
         floats.resize(mebibytes << 18U);
-        const auto* const first = reinterpret_cast<const char*>(floats.begin());
+        const auto* const first = reinterpret_cast<const char*>(floats.data());
         const Area area = areaOf(first);
         EXPECT_EQ(area.hasLargePages, systemHasLargePages()) << mebibytes;
         // With what malloc keeps ahead of it, in one area: such is moved without a copy.
         EXPECT_EQ(areaOf(first - 1).first, area.first) << mebibytes;
-        EXPECT_GE(area.end, reinterpret_cast<std::uintptr_t>(floats.end())) << mebibytes;
+        EXPECT_GE(area.end, reinterpret_cast<std::uintptr_t>(floats.data() + floats.size()))
+            << mebibytes;
     }
 }
 

@@ -104,13 +104,13 @@ json nested(std::size_t depth) {
     return value;
 }
 
-struct Untidiness {
+struct IllFormedKind {
     const char* name;
     std::function<void(json&, std::mt19937&)> apply;
 };
 
-const std::vector<Untidiness>& untidinesses() {
-    static const std::vector<Untidiness> all{
+const std::vector<IllFormedKind>& illFormedKinds() {
+    static const std::vector<IllFormedKind> all{
         {"another top level", [](json& d, auto& r) { d = oddValue(r, json::value_t::object); }},
         {"a missing member", [](json& d, auto& r) { d.erase(anyMember(r)); }},
         {"a member of another type",
@@ -226,7 +226,7 @@ const std::vector<Damage>& damages() {
 
 }  // namespace
 
-json tidyDocument(std::mt19937& random) {
+json wellFormedDocument(std::mt19937& random) {
     static const char* const handles[] = {"0", "1F", "00", "2A*further"};
     json document = encodings({});
     const std::size_t count = 1 + draw(random, 4);
@@ -243,11 +243,11 @@ json tidyDocument(std::mt19937& random) {
     return document;
 }
 
-const std::size_t untidinessCount = untidinesses().size();
+const std::size_t illFormedCount = illFormedKinds().size();
 
-std::string makeUntidy(json& document, std::size_t kind, std::mt19937& random) {
-    untidinesses()[kind].apply(document, random);
-    return untidinesses()[kind].name;
+std::string makeIllFormed(json& document, std::size_t kind, std::mt19937& random) {
+    illFormedKinds()[kind].apply(document, random);
+    return illFormedKinds()[kind].name;
 }
 
 const std::size_t damageCount = damages().size();

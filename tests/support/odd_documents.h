@@ -1,4 +1,4 @@
-// Encodings documents of every kind, tidy and not, for differential tests of the load.
+// Encodings documents of every kind, well-formed and not, for differential tests of the load.
 #pragma once
 
 #include <cstddef>
@@ -10,13 +10,13 @@ namespace quillon::test {
 
 /// A document of up to 4 blocks that keeps every rule. Its numbers are of all kinds, those at the
 /// edges of float32 and of whole numbers among them; codes are few, so that some are duplicates.
-nlohmann::json tidyDocument(std::mt19937& random);
+nlohmann::json wellFormedDocument(std::mt19937& random);
 
-/// How many ways `makeUntidy` knows.
-extern const std::size_t untidinessCount;
+/// How many ways `makeIllFormed` knows.
+extern const std::size_t illFormedCount;
 
 /// Breaks one rule (number `kind`) at a random place of `document`. Returns the rule's name.
-std::string makeUntidy(nlohmann::json& document, std::size_t kind, std::mt19937& random);
+std::string makeIllFormed(nlohmann::json& document, std::size_t kind, std::mt19937& random);
 
 /// How many ways `damageText` knows.
 extern const std::size_t damageCount;

@@ -7,7 +7,7 @@ from program import ROOT
 
 # The program's name in the table, and the Debian package whose version is meant.
 PACKAGES = {"JSON for Modern C++": "nlohmann-json3-dev",
-            "xtensor": "libxtensor-dev", "xtl": "xtl-dev", "Boost": "libboost1.74-dev",
+            "xtensor": "libxtensor-dev", "xtl": "xtl-dev",
             "simdjson": "libsimdjson14", "GCC": "libstdc++6",
             "glibc": "libc6"}
 

@@ -1,4 +1,4 @@
-// The straight road from JSON text.
+// The fast path from JSON text.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -7,8 +7,9 @@
 #include <string_view>
 #include <utility>
 
+#include "documents/input_file.h"
 #include "library/block_key.h"
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 
@@ -16,7 +17,8 @@ namespace quillon {
 namespace {
 
 /// The parser chooses among its kinds of code for this processor at its first use, and ends the
-/// process where it is refused the memory for that. So it is used ahead of everything.
+/// process when memory is exhausted by then. So it is used ahead of everything.
+static_assert(FileBytes::padding >= simdjson::SIMDJSON_PADDING);
 [[maybe_unused]] const std::string chosenCode = simdjson::get_active_implementation()->name();
 
 using simdjson::dom::array;
@@ -70,7 +72,7 @@ bool appendKeys(array keys, std::vector<DrawingBlock>& blocks) {
 
 }  // namespace
 
-std::optional<DrawingBlocks> tidyJsonBlocks(std::string_view bytes, simdjson::dom::parser& parser) {
+std::optional<Drawing> readJsonFast(std::string_view bytes, simdjson::dom::parser& parser) {
     simdjson::dom::object root;
     const simdjson::error_code error = parser.parse(bytes.data(), bytes.size(), false).get(root);
     if (error == simdjson::MEMALLOC) {
@@ -94,7 +96,7 @@ std::optional<DrawingBlocks> tidyJsonBlocks(std::string_view bytes, simdjson::do
             }
         }
     }
-    DrawingBlocks drawing;
+    Drawing drawing;
     if (members[0] && members[1] && members[2] && appendKeys(*members[0], drawing.blocks) &&
         appendVectors(*members[1], drawing.shapes) && appendVectors(*members[2], drawing.texts) &&
         hasEqualLengths(drawing)) {

@@ -1,5 +1,5 @@
 // A drawing as it is fetched against the tree of its file taken apart: the same blocks to the bit,
-// or the same failure; and what is tidy takes the straight road.
+// or the same failure; and what is well-formed takes the fast path.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -10,6 +10,7 @@
 #include "documents/json_file.h"
 #include "fuzz/fuzz_documents.h"
 #include "library/document_blocks.h"
+#include "library/fast_readers.h"
 #include "library/fetch_drawing.h"
 #include "shared/utf8_path.h"
 #include "support/temp_folder.h"
@@ -51,36 +52,41 @@ bool haveSameRow(const GrowingRows& a, const GrowingRows& b, std::size_t index) 
     return true;
 }
 
-void compareBlocks(const DrawingBlocks& fetched, const DrawingBlocks& plain) {
+void compareBlocks(const Drawing& fetched, const Drawing& plain) {
     require(textOf(fetched.failure) == textOf(plain.failure), "the documents end in the same way");
-    require(fetched.remarks == plain.remarks, "the same remarks stand behind the blocks");
+    require(fetched.diagnostics == plain.diagnostics, "the same diagnostics are behind the blocks");
     require(fetched.isNull == plain.isNull, "both know whether the file holds null");
     require(fetched.blocks.size() == plain.blocks.size(), "there are as many blocks");
     for (std::size_t i = 0; i < plain.blocks.size(); ++i) {
         const DrawingBlock& a = fetched.blocks[i];
         const DrawingBlock& b = plain.blocks[i];
-        require(a.key == b.key && a.remarks == b.remarks, "keys and remarks are the same");
-        require(textOf(a.shapeFault) == textOf(b.shapeFault), "the shapes' faults are the same");
-        require(textOf(a.textFault) == textOf(b.textFault), "the texts' faults are the same");
-        require(b.shapeFault || haveSameRow(fetched.shapes, plain.shapes, i), "the shapes are");
-        require(b.textFault || haveSameRow(fetched.texts, plain.texts, i), "the texts are");
+        require(a.key == b.key && a.diagnostics == b.diagnostics,
+                "keys and diagnostics are the same");
+        require(textOf(a.failure) == textOf(b.failure), "the blocks' failures are the same");
+        require(a.hasShape == b.hasShape, "the failures are of the same side");
+        require(!b.hasShape || haveSameRow(fetched.shapes, plain.shapes, i), "the shapes are");
+        require(b.failure || haveSameRow(fetched.texts, plain.texts, i), "the texts are");
     }
 }
 
-void compareRoads(const FuzzDocument& document) {
+void comparePaths(const FuzzDocument& document) {
     static const TempFolder folder;
-    static FetchBuffers buffers;
+    static simdjson::dom::parser parser;
     const auto path = folder.write("drawing" + std::string(document.extension), document.bytes);
-    ListedDrawing fetched;
-    DrawingBlocks plain;
+    Drawing fetched;
+    Drawing plain;
     const std::string failure =
-        failureOf([&] { fetched = fetchDrawing(utf8FromPath(path), buffers); });
+        failureOf([&] { fetched = fetchDrawing(utf8FromPath(path), parser); });
     const std::string plainFailure =
         failureOf([&] { plain = blocksOfDocument(readJsonFile(path)); });
     require(failure == plainFailure, "the file fails to be read in the same way");
-    require(fetched.road == Road::straight || !document.isTidy,
-            "a tidy drawing takes the straight road");
-    compareBlocks(fetched.blocks, plain);
+    if (document.isWellFormed) {
+        EncodingsFile file{nlohmann::json(utf8FromPath(path))};
+        const FileBytes bytes = file.input.readAll();
+        require(readFast(bytes.view(), file.format, path, parser).has_value(),
+                "a well-formed drawing takes the fast path");
+    }
+    compareBlocks(fetched, plain);
 }
 
 }  // namespace
@@ -88,6 +94,6 @@ void compareRoads(const FuzzDocument& document) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     quillon::test::FuzzInput input(data, size);
-    quillon::test::compareRoads(quillon::test::chooseDrawing(input));
+    quillon::test::comparePaths(quillon::test::chooseDrawing(input));
     return 0;
 }

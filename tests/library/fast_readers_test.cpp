@@ -1,6 +1,7 @@
-// Which documents take the straight road. What they turn into is compared with the tree road by
-// the load's differential tests; without these here, a road that is never taken would pass them.
-#include "library/tidy_drawing.h"
+// Which documents take the fast path. What they turn into is compared with the generic path by
+// the load's differential tests; without these here, a fast path that is never taken would pass
+// them.
+#include "library/fast_readers.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "documents/json_file.h"
 #include "support/formats.h"
 #include "support/odd_documents.h"
 
@@ -17,30 +19,23 @@ namespace {
 
 using nlohmann::json;
 
-std::optional<DrawingBlocks> tidyBlocks(const std::string& bytes, std::string_view extension) {
-    using Format = json::input_format_t;
-    if (extension == ".json") {
-        simdjson::dom::parser parser;
-        const std::string padded = bytes + std::string(simdjson::SIMDJSON_PADDING, '\0');
-        return tidyJsonBlocks(std::string_view(padded).substr(0, bytes.size()), parser);
-    }
-    const Format format = extension == ".bson"      ? Format::bson
-                          : extension == ".cbor"    ? Format::cbor
-                          : extension == ".msgpack" ? Format::msgpack
-                          : extension == ".ubj"     ? Format::ubjson
-                                                    : Format::bjdata;
+std::optional<Drawing> blocksReadFast(const std::string& bytes, std::string_view extension) {
+    simdjson::dom::parser parser;
+    const std::filesystem::path path = "any" + std::string(extension);
+    const std::string padded = bytes + std::string(simdjson::SIMDJSON_PADDING, '\0');
     try {
-        return tidyBinaryBlocks(bytes, format, "any");
+        return readFast(std::string_view(padded).substr(0, bytes.size()), knownFormat(path), path,
+                        parser);
     } catch (const std::runtime_error&) {
         return std::nullopt;  // beyond a limit
     }
 }
 
-TEST(TidyBlocks, TakesTidyDocumentsInEveryFormat) {
+TEST(ReadFast, TakesWellFormedDocumentsInEveryFormat) {
     std::mt19937 random(1);
     for (const std::string_view extension : allExtensions) {
-        const json document = tidyDocument(random);
-        const auto drawing = tidyBlocks(encoded(document, extension), extension);
+        const json document = wellFormedDocument(random);
+        const auto drawing = blocksReadFast(encoded(document, extension), extension);
         ASSERT_TRUE(drawing) << extension;
         const std::size_t count = document["blocks"].size();
         ASSERT_EQ(drawing->blocks.size(), count);
@@ -58,24 +53,25 @@ TEST(TidyBlocks, TakesTidyDocumentsInEveryFormat) {
     }
 }
 
-TEST(TidyBlocks, LeavesEveryUntidinessToTheTreeRoad) {
+TEST(ReadFast, LeavesEveryOtherDocumentToTheGenericPath) {
     std::mt19937 random(2);
-    for (std::size_t kind = 0; kind < untidinessCount; ++kind) {
-        json document = tidyDocument(random);
-        const std::string name = makeUntidy(document, kind, random);
+    for (std::size_t kind = 0; kind < illFormedCount; ++kind) {
+        json document = wellFormedDocument(random);
+        const std::string name = makeIllFormed(document, kind, random);
         for (const std::string_view extension : allExtensions) {
             // Keys are not looked into beyond their fields, and JSON text has no nesting limit
             // here.
-            const bool isTidyStill =
+            const bool isStillWellFormed =
                 name == "a key that is not UTF-8" ||
                 (name == "another member nested too deeply" && extension == ".json");
-            EXPECT_EQ(tidyBlocks(encoded(document, extension), extension).has_value(), isTidyStill)
+            EXPECT_EQ(blocksReadFast(encoded(document, extension), extension).has_value(),
+                      isStillWellFormed)
                 << name << ", " << extension;
         }
     }
 }
 
-TEST(TidyBlocks, KeepsTheValuesOfNarrowAndWideNumbers) {
+TEST(ReadFast, KeepsTheValuesOfNarrowAndWideNumbers) {
     // CBOR: an array of 512 elements, each a float of 16, 32 or 64 bits in turn, is spelled by
     // hand.
     std::string vector("\x99\x02\x00", 3);
@@ -91,7 +87,7 @@ TEST(TidyBlocks, KeepsTheValuesOfNarrowAndWideNumbers) {
                               "\x66"
                               "blocks\x81\x65"
                               "a*b*c";
-    const auto drawing = tidyBlocks(bytes, ".cbor");
+    const auto drawing = blocksReadFast(bytes, ".cbor");
     ASSERT_TRUE(drawing);
     EXPECT_EQ(drawing->shapes.row(0)[0], 0.333251953125F);
     EXPECT_EQ(drawing->shapes.row(0)[1], 0x1.555556p-2F);

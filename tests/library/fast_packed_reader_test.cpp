@@ -11,7 +11,7 @@
 
 #include "documents/json_file.h"
 #include "library/document_blocks.h"
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 
 namespace quillon::test {
 namespace {
@@ -52,7 +52,7 @@ struct Writer {
 
 constexpr Format formats[] = {Format::cbor, Format::msgpack};
 
-std::string bitsOf(const DrawingBlocks& drawing) {
+std::string bitsOf(const Drawing& drawing) {
     std::string bits;
     for (std::size_t i = 0; i < drawing.blocks.size(); ++i) {
         bits += drawing.blocks[i].key + '\n';
@@ -65,10 +65,10 @@ std::string bitsOf(const DrawingBlocks& drawing) {
 /// Nothing where the bytes don't parse or the drawing is not whole.
 std::optional<std::string> bitsByTree(const std::string& bytes, Format format) {
     try {
-        const DrawingBlocks drawing = blocksOfDocument(parseBinary(bytes, format));
-        bool isWhole = !drawing.failure && drawing.remarks.empty();
+        const Drawing drawing = blocksOfDocument(parseDocument(bytes, format));
+        bool isWhole = !drawing.failure && drawing.diagnostics.empty();
         for (const DrawingBlock& block : drawing.blocks) {
-            isWhole = isWhole && block.remarks.empty() && !block.shapeFault && !block.textFault;
+            isWhole = isWhole && block.diagnostics.empty() && !block.failure;
         }
         return isWhole ? std::optional(bitsOf(drawing)) : std::nullopt;
     } catch (const json::exception&) {
@@ -80,7 +80,7 @@ std::optional<std::string> bitsByTree(const std::string& bytes, Format format) {
 bool isTaken(const std::string& bytes, Format format) {
     // Where the bytes end, the memory does: what reads on is found out.
     const std::vector<char> exact(bytes.begin(), bytes.end());
-    const auto drawing = tidyPackedBlocks(std::string_view(exact.data(), exact.size()), format);
+    const auto drawing = readPackedFast(std::string_view(exact.data(), exact.size()), format);
     if (drawing) {
         const std::optional<std::string> expected = bitsByTree(bytes, format);
         EXPECT_TRUE(expected);
@@ -129,7 +129,7 @@ std::vector<std::string> othersOf(Format format) {
             "\xF9\xFC\0"s, "\xF9\x7C\1"s, "\xF9\xFE\0"s, "\xF9\x80\0"s};
 }
 
-TEST(TidyPackedBlocks, TakesNumbersOfOneKind) {
+TEST(ReadPackedFast, TakesNumbersOfOneKind) {
     for (const Format format : formats) {
         for (const std::string& number : floatsOf(format)) {
             EXPECT_TRUE(isTaken(Writer{format}.drawing({number}), format));
@@ -140,7 +140,7 @@ TEST(TidyPackedBlocks, TakesNumbersOfOneKind) {
     }
 }
 
-TEST(TidyPackedBlocks, TakesNumbersOfManyKinds) {
+TEST(ReadPackedFast, TakesNumbersOfManyKinds) {
     for (const Format format : formats) {
         std::vector<std::string> numbers = floatsOf(format);
         EXPECT_TRUE(isTaken(Writer{format}.drawing(numbers), format));
@@ -155,7 +155,7 @@ TEST(TidyPackedBlocks, TakesNumbersOfManyKinds) {
     }
 }
 
-TEST(TidyPackedBlocks, TakesWhatTheLibraryWrites) {
+TEST(ReadPackedFast, TakesWhatTheLibraryWrites) {
     const json document = {{"blocks", {"a*b*c", "d*e*f*" + std::string(300, 'g')}},
                            {"shape", {std::vector<double>(512, 0.1), std::vector<int>(512, -7)}},
                            {"text", {std::vector<float>(384, 0.5F), std::vector<int>(384, 70000)}}};
@@ -171,7 +171,7 @@ TEST(TidyPackedBlocks, TakesWhatTheLibraryWrites) {
     EXPECT_TRUE(isTaken(bytes, Format::cbor));
 }
 
-TEST(TidyPackedBlocks, LeavesEveryOtherForm) {
+TEST(ReadPackedFast, LeavesEveryOtherForm) {
     const Writer cbor{Format::cbor};
     const Writer msgpack{Format::msgpack};
     const std::string good = cbor.drawing({"\1"});
@@ -206,8 +206,8 @@ TEST(TidyPackedBlocks, LeavesEveryOtherForm) {
     }
 }
 
-// Sizes that the bytes can't hold are refused before anything is made of that size.
-TEST(TidyPackedBlocks, LeavesSizesThatCannotBe) {
+// Sizes that the bytes can't hold are rejected before anything is made of that size.
+TEST(ReadPackedFast, LeavesSizesThatCannotBe) {
     const std::string most = "\x9B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s;
     for (const char* member : {"\x66"
                                "blocks",
@@ -221,7 +221,7 @@ TEST(TidyPackedBlocks, LeavesSizesThatCannotBe) {
     EXPECT_FALSE(isTaken("\xA3\x7B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFFshape", Format::cbor));
 }
 
-TEST(TidyPackedBlocks, TakesNoDamagedBytesOtherwiseThanTheTree) {
+TEST(ReadPackedFast, TakesNoDamagedBytesOtherwiseThanTheTree) {
     for (const Format format : formats) {
         const std::string good = Writer{format}.drawing({"\1", "\2"});
         ASSERT_TRUE(isTaken(good, format));

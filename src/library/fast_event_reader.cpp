@@ -1,5 +1,5 @@
-// The straight road from the binary formats: CBOR and MessagePack have their own reader, BSON,
-// UBJSON and BJData take the JSON library's.
+// The fast path from the binary formats by the events of the JSON library's readers, and the choice
+// of a reader for each format.
 #include <array>
 #include <cstddef>
 #include <string>
@@ -7,7 +7,7 @@
 
 #include "documents/binary_limits.h"
 #include "library/block_key.h"
-#include "library/tidy_drawing.h"
+#include "library/fast_readers.h"
 #include "shared/document_keys.h"
 #include "shared/feature_matrix.h"
 
@@ -17,14 +17,15 @@ namespace {
 using nlohmann::json;
 
 /// Takes the events of the JSON library's parsers straight into blocks. Once the document turns out
-/// untidy, what has been taken is dropped and only the limits are counted to the end.
-class TidyEvents {
+/// not to be well-formed, what has been taken is dropped and only the limits are counted to the
+/// end.
+class FastEvents {
   public:
-    explicit TidyEvents(std::size_t fileBytes) : limits(fileBytes) {}
+    explicit FastEvents(std::size_t fileBytes) : limits(fileBytes) {}
 
     /// The drawing, after a whole document.
-    std::optional<DrawingBlocks> takeDrawing() {
-        if (isTidy && seen[0] && seen[1] && seen[2] && hasEqualLengths(drawing)) {
+    std::optional<Drawing> takeDrawing() {
+        if (isWellFormed && seen[0] && seen[1] && seen[2] && hasEqualLengths(drawing)) {
             return std::move(drawing);
         }
         return std::nullopt;
@@ -52,16 +53,16 @@ class TidyEvents {
     }
 
     bool start_object(std::size_t /*size*/) {
-        stayTidyIf(member == Member::other);
+        keepIf(member == Member::other);
         return limits.open();
     }
     bool end_object() { return limits.close(); }
 
     bool key(std::string& name) {
-        if (isTidy && limits.currentDepth() == 1) {
+        if (isWellFormed && limits.currentDepth() == 1) {
             member = memberNamed(name);
             if (member != Member::other) {
-                stayTidyIf(!std::exchange(seen[static_cast<std::size_t>(member)], true));
+                keepIf(!std::exchange(seen[static_cast<std::size_t>(member)], true));
             }
         }
         return true;
@@ -72,13 +73,13 @@ class TidyEvents {
             next = rows->append();
             vectorEnd = next + rows->rowWidth();
         } else {
-            stayTidyIf(member == Member::other || limits.currentDepth() == 1);
+            keepIf(member == Member::other || limits.currentDepth() == 1);
         }
         return limits.open();
     }
 
     bool end_array() {
-        stayTidyIf(next == vectorEnd);
+        keepIf(next == vectorEnd);
         next = vectorEnd = nullptr;
         return limits.close();
     }
@@ -114,41 +115,48 @@ class TidyEvents {
         return irrelevantValue();
     }
 
-    /// A value that is none of a tidy member's: fine in other members, and only there.
+    /// A value that is none of a well-formed member's: fine in other members, and only there.
     bool irrelevantValue() {
-        stayTidyIf(member == Member::other);
+        keepIf(member == Member::other);
         return limits.value();
     }
 
-    void stayTidyIf(bool isTidyStill) {
-        if (!isTidyStill) {
-            isTidy = false;
+    void keepIf(bool isStillWellFormed) {
+        if (!isStillWellFormed) {
+            isWellFormed = false;
             member = Member::other;
             next = vectorEnd = nullptr;
             drawing = {};
         }
     }
 
-    bool isTidy = true;
+    bool isWellFormed = true;
     Member member = Member::other;  // the top-level member that the events belong to
     std::array<bool, 3> seen{};
     // Where the next number of the open vector goes; equal when no vector is open or it is full.
     float* next = nullptr;
     float* vectorEnd = nullptr;
-    DrawingBlocks drawing;
+    Drawing drawing;
 };
 
 }  // namespace
 
-std::optional<DrawingBlocks> tidyBinaryBlocks(std::string_view bytes, json::input_format_t format,
-                                              const std::filesystem::path& path) {
-    if (format == json::input_format_t::cbor || format == json::input_format_t::msgpack) {
-        if (std::optional<DrawingBlocks> blocks = tidyPackedBlocks(bytes, format)) {
-            return blocks;
-        }
-    }
-    TidyEvents events(bytes.size());
+std::optional<Drawing> readEventsFast(std::string_view bytes, json::input_format_t format,
+                                      const std::filesystem::path& path) {
+    FastEvents events(bytes.size());
     return walkWithinLimits(bytes, format, path, events) ? events.takeDrawing() : std::nullopt;
+}
+
+std::optional<Drawing> readFast(std::string_view bytes, json::input_format_t format,
+                                const std::filesystem::path& path, simdjson::dom::parser& parser) {
+    if (format == json::input_format_t::json) {
+        return readJsonFast(bytes, parser);
+    }
+    std::optional<Drawing> drawing;
+    if (format == json::input_format_t::cbor || format == json::input_format_t::msgpack) {
+        drawing = readPackedFast(bytes, format);
+    }
+    return drawing ? std::move(drawing) : readEventsFast(bytes, format, path);
 }
 
 }  // namespace quillon
