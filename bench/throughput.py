@@ -30,8 +30,7 @@ ROUNDS = 3
 SERIES_SECONDS = 5  # at least, and two runs
 LONGEST_RUN_IN_SERIES = 10  # seconds
 
-# Runs at a time, and threads of the matrix library in each; None for its own choice.
-SERIES = {"1 run, 2 threads": (1, None), "2 runs, 1 thread": (2, 1), "2 runs, 2 threads": (2, None)}
+SERIES = {"One at a time": 1, "Two at a time": 2}
 
 
 def make_library(folder, blocks):
@@ -62,14 +61,13 @@ def make_library(folder, blocks):
     (folder / "query.json").write_text(json.dumps({**query, "queryText": ["door"]}))
 
 
-def run(program, folder, method, number=0, threads=None):
+def run(program, folder, method, number=0):
     """Runs one query. Returns its seconds and its peak memory in MB."""
-    environment = os.environ | ({"OMP_NUM_THREADS": str(threads)} if threads else {})
     begin = time.monotonic()
     process = subprocess.Popen(
         [program, "/filelist", folder / "filelist.json", "/encode", folder / "query.json",
          "/output", folder / f"result-{number}.json", "/method", method],
-        env=environment, stdout=subprocess.DEVNULL)
+        stdout=subprocess.DEVNULL)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
@@ -92,9 +90,9 @@ def measure(program, folder, method):
     rates = dict.fromkeys(SERIES, 0)
     if seconds < LONGEST_RUN_IN_SERIES:
         count = 2 * math.ceil(SERIES_SECONDS / seconds / 2)
-        for name, (at_a_time, threads) in list(SERIES.items()) * ROUNDS:
+        for name, at_a_time in list(SERIES.items()) * ROUNDS:
             rates[name] = max(rates[name], queries_a_minute(
-                count, at_a_time, lambda number: run(program, folder, method, number, threads)))
+                count, at_a_time, lambda number: run(program, folder, method, number)))
     return seconds, megabytes, rates
 
 
