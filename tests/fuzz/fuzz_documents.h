@@ -15,8 +15,8 @@ struct FuzzDocument {
     bool isWellFormed = false;  // the fast path must take it
 };
 
-/// A drawing of up to three blocks, nearly well-formed, in one of the six formats and one of the ways
-/// to write it. Some bytes may be changed. Vectors have their full width, but few different
+/// A drawing of up to three blocks, nearly well-formed, in one of the six formats and one of the
+/// ways to write it. Some bytes may be changed. Vectors have their full width, but few different
 /// numbers, most of them of one byte.
 FuzzDocument chooseDrawing(FuzzInput& input);
 
