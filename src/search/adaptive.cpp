@@ -137,36 +137,41 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
                       const FeatureMatrix& shapeMatrix, const FeatureMatrix& textMatrix,
                       float minThreshold, std::vector<SearchResult>& hits) {
     const std::size_t rowCount = shapeMatrix.shape(0) + 1;
-    ListMemo memo = emptyMemo(stackSide(queryShape, shapeMatrix, workers, kernel),
-                              stackSide(queryText, textMatrix, workers, kernel));
+    StackedSide shapes = stackSide(queryShape, shapeMatrix, workers, kernel);
+    StackedSide texts = stackSide(queryText, textMatrix, workers, kernel);
+    ListMemo memo = emptyMemo(std::move(shapes), std::move(texts));
+    const ListedRow query = listedRows(memo, Rows{0}).front();
     NeighbourBounds bounds;
     for (std::size_t s = 0; s < memo.size(); ++s) {
         bounds[s] = neighbourBounds(memo[s].rows);
     }
 
     // Without neighbours, scores are the fused similarities of the query itself.
-    const Votes byQuery = votesOf(listedRows(memo, Rows{0}).front(), {}, 0);
-    const OverlappingRows nearQuery = overlappingRows(memo, bounds, {&byQuery.query, 1});
-    const ValuesOf similarities = similaritiesOfQuery(memo, byQuery.query, nearQuery);
+    const Votes byQuery = votesOf(query, {}, 0);
+    const OverlappingRows nearQuery = overlappingRows(memo, bounds, {&query, 1});
+    std::vector<RowValue> candidates = scoreBounds(byQuery, nearQuery, {});
+    const ValuesOf similarities = similaritiesOfQuery(memo, query, nearQuery);
     const std::vector<RowValue> queryRow =
-        bestValues(scoreBounds(byQuery, nearQuery, {}), std::size_t{k} + 1, similarities);
-
+        bestValues(std::move(candidates), std::size_t{k} + 1, similarities);
     const Rows neighbours = bestNeighbours(queryRow, k, rowCount);
-    const Votes votes = votesOf(byQuery.query, listedRows(memo, neighbours), k);
-    HitList list{k, minThreshold, queryShape, shapeMatrix, votes.query.weights, hits};
+
+    const Votes votes = votesOf(query, listedRows(memo, neighbours), k);
+    HitList list{k, minThreshold, queryShape, shapeMatrix, query.weights, hits};
     const ValuesOf scoresOf = [&](std::span<const Row> rows) {
-        return refinedScores(votes, listedRows(memo, rows));
+        const std::vector<ListedRow> listed = listedRows(memo, rows);
+        return refinedScores(votes, listed);
     };
-    if (rowCount <= insertionSorted) {
-        addFewRows(scoresOf, rowCount, list);
-        return;
-    }
     const OverlappingRows nearNeighbours = overlappingRows(memo, bounds, votes.neighbours);
-    std::vector<RowValue> candidates = scoreBounds(votes, nearQuery, nearNeighbours);
+    candidates = scoreBounds(votes, nearQuery, nearNeighbours);
     std::erase_if(candidates, [&](const RowValue& candidate) {
         return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
     });
-    addBestRows(memo, bestValues(std::move(candidates), k, scoresOf), !neighbours.empty(), list);
+    const std::vector<RowValue> best = bestValues(std::move(candidates), k, scoresOf);
+    if (rowCount <= insertionSorted) {
+        addFewRows(scoresOf, rowCount, list);
+    } else {
+        addBestRows(memo, best, !neighbours.empty(), list);
+    }
 }
 
 }  // namespace quillon

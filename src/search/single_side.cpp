@@ -20,7 +20,9 @@ constexpr const char* zeroHitsFailure =
     "faiss::Index::idx_t, float*, faiss::Index::idx_t*, const faiss::SearchParameters*) const at "
     "./faiss/IndexFlat.cpp:33: Error: 'k > 0' failed";
 
-std::vector<float> distancesOfRows(const FeatureMatrix& query, const FeatureMatrix& matrix) {
+std::vector<float> distancesOfRows(const FeatureMatrix& query, const FeatureMatrix& matrix,
+                                   const char* side) {
+    checkQueryWidth(query, matrix, side);
     const std::size_t width = matrix.shape(1);
     std::vector<float> distances(matrix.shape(0));
     constexpr std::size_t rowsPerChunk = 1024;  // a fraction of a millisecond
@@ -37,11 +39,10 @@ std::vector<float> distancesOfRows(const FeatureMatrix& query, const FeatureMatr
 void appendNearest(std::uint32_t k, const FeatureMatrix& query, const FeatureMatrix& matrix,
                    const char* side, float minThreshold, bool reportTwins,
                    std::vector<SearchResult>& hits) {
-    checkQueryWidth(query, matrix, side);
+    const std::vector<float> distances = distancesOfRows(query, matrix, side);
     if (k == 0) {
         throw std::runtime_error(zeroHitsFailure);
     }
-    const std::vector<float> distances = distancesOfRows(query, matrix);
     const float limit = 1.0F - minThreshold;
     std::vector<std::pair<float, std::size_t>> near;  // ordered by distance and row
     for (std::size_t row = 0; row < distances.size(); ++row) {

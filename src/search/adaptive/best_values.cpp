@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numeric>
 
 namespace quillon {
 namespace {
@@ -48,6 +49,21 @@ std::vector<RowValue> bestValues(std::vector<RowValue> bounded, std::size_t want
         }
     }
     return computed;
+}
+
+Rows bestNeighbours(std::span<const RowValue> queryRow, std::uint32_t k, std::size_t rowCount) {
+    std::vector<float> values(rowCount, 0.0F);
+    for (const RowValue& similarity : queryRow) {
+        values[similarity.row] = similarity.value;
+    }
+    Rows rows(rowCount);
+    std::iota(rows.begin(), rows.end(), 0);
+    const std::size_t wanted = std::min(std::size_t{k} + 1, rowCount - 1);
+    const auto end = rows.begin() + static_cast<std::ptrdiff_t>(wanted);
+    std::partial_sort(rows.begin(), end, rows.end(), [&](Row a, Row b) {
+        return values[a] != values[b] ? values[a] > values[b] : a > b;
+    });
+    return {std::min(rows.begin() + 1, end), end};
 }
 
 }  // namespace quillon

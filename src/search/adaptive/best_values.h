@@ -25,4 +25,9 @@ using ValuesOf = std::function<std::vector<float>(std::span<const Row>)>;
 std::vector<RowValue> bestValues(std::vector<RowValue> bounded, std::size_t wanted,
                                  const ValuesOf& valuesOf);
 
+/// Returns the k rows after the one with the largest value, which is taken for the query itself:
+/// best first, among equal values the higher row first, but never the last of all rows. `queryRow`
+/// has the fused similarities of the query to other rows; rows that are not in it have the value 0.
+Rows bestNeighbours(std::span<const RowValue> queryRow, std::uint32_t k, std::size_t rowCount);
+
 }  // namespace quillon

@@ -22,21 +22,6 @@ InvertedIndex indexLists(std::span<const ListedRow> rows, std::size_t side) {
 
 }  // namespace
 
-Rows bestNeighbours(std::span<const RowValue> queryRow, std::uint32_t k, std::size_t rowCount) {
-    std::vector<float> values(rowCount, 0.0F);
-    for (const RowValue& similarity : queryRow) {
-        values[similarity.row] = similarity.value;
-    }
-    Rows rows(rowCount);
-    std::iota(rows.begin(), rows.end(), 0);
-    const std::size_t wanted = std::min(std::size_t{k} + 1, rowCount - 1);
-    const auto end = rows.begin() + static_cast<std::ptrdiff_t>(wanted);
-    std::partial_sort(rows.begin(), end, rows.end(), [&](Row a, Row b) {
-        return values[a] != values[b] ? values[a] > values[b] : a > b;
-    });
-    return {std::min(rows.begin() + 1, end), end};
-}
-
 Votes votesOf(const ListedRow& query, std::vector<ListedRow> neighbours, std::uint32_t k) {
     const std::array<InvertedIndex, 2> indexes{indexLists(neighbours, 0),
                                                indexLists(neighbours, 1)};

@@ -15,11 +15,6 @@
 
 namespace quillon {
 
-/// Returns the k rows after the one with the largest value, which is taken for the query itself:
-/// best first, among equal values the higher row first, but never the last of all rows. `queryRow`
-/// has the fused similarities of the query to other rows; rows that are not in it have the value 0.
-Rows bestNeighbours(std::span<const RowValue> queryRow, std::uint32_t k, std::size_t rowCount);
-
 /// Inverted index of lists: element, and place of a row that lists it, ascending.
 using InvertedIndex = std::vector<std::pair<Row, std::size_t>>;
 
