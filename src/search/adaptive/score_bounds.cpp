@@ -54,6 +54,7 @@ std::vector<RowValue> scoreBounds(const Votes& votes, const OverlappingRows& nea
         sums[row] += mostOfNeighbours(votes, row, overlaps);
     }
     std::vector<RowValue> bounds;
+    bounds.reserve(sums.size());
     for (const auto& [row, sum] : sums) {
         bounds.push_back({row, sum / static_cast<float>(votes.k + 1)});
     }

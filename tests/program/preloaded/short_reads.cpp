@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the header's are reserved
 extern "C" ssize_t read(int descriptor, void* bytes, std::size_t count) {
     using Read = ssize_t(int, void*, std::size_t);
     static auto* const real = reinterpret_cast<Read*>(dlsym(RTLD_NEXT, "read"));
