@@ -166,11 +166,11 @@ void searchAdaptiveOn(std::size_t workers, const DistanceKernel& kernel, std::ui
     std::erase_if(candidates, [&](const RowValue& candidate) {
         return candidate.value < minThreshold || !list.mayBeHit(candidate.row);
     });
-    const std::vector<RowValue> best = bestValues(std::move(candidates), k, scoresOf);
     if (rowCount <= insertionSorted) {
         addFewRows(scoresOf, rowCount, list);
     } else {
-        addBestRows(memo, best, !neighbours.empty(), list);
+        addBestRows(memo, bestValues(std::move(candidates), k, scoresOf), !neighbours.empty(),
+                    list);
     }
 }
 

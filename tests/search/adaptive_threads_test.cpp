@@ -38,7 +38,8 @@ void* runCounted(void* start) {
 
 }  // namespace
 
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the header's are reserved
+// glibc declares it with parameter names that only a system header may use.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*function)(void*), void* argument) {
     static const auto create =

@@ -29,9 +29,9 @@ struct StackedSide {
     /// Only the first of them is compared with other rows.
     std::vector<Row> firstIdentical;  // N: the lowest of the row's identical rows, or itself
     std::vector<Row> nextIdentical;   // N: the next higher identical row, or noRow
-    std::vector<std::uint32_t>
-        identicalRows;  // N: how many rows equal a distinct one, or it itself
-    Rows distinct;      // the lowest of identical rows, and all others; ascending
+    Rows distinct;                    // the lowest of identical rows, and all others; ascending
+    /// N: for a distinct row the number of rows that are identical with it, itself included.
+    std::vector<std::uint32_t> identicalRows;
 
     /// These change the time of a search, but not its results: the number of threads, the calling
     /// one included, and how they compute distances.

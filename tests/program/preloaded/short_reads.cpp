@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the header's are reserved
+// glibc declares it with parameter names that only a system header may use.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" ssize_t read(int descriptor, void* bytes, std::size_t count) {
     using Read = ssize_t(int, void*, std::size_t);
     static auto* const real = reinterpret_cast<Read*>(dlsym(RTLD_NEXT, "read"));
